@@ -1,0 +1,103 @@
+#include "app/command_line.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <ostream>
+#include <string_view>
+
+#include "app/project_summary.h"
+#include "app/sample_project.h"
+#include "model/project_file.h"
+
+#ifndef BREVELAN_VERSION
+#define BREVELAN_VERSION "0.0.0"
+#endif
+
+namespace brevelan {
+namespace {
+
+namespace fs = std::filesystem;
+using Args = std::vector<std::string>;
+
+struct Context {
+  std::ostream& out;
+  std::ostream& err;
+
+  int fail(const std::string& message) const {
+    err << "brevelan: " << message << "\n";
+    return 1;
+  }
+  int usage(const std::string& message) const {
+    err << "brevelan: " << message << " (see brevelan --help)\n";
+    return 2;
+  }
+};
+
+struct Command {
+  std::string_view name;
+  std::string_view usage;
+  std::string_view summary;
+  std::size_t arguments;  // exact number of positional arguments
+  std::function<int(const Args&, const Context&)> run;
+};
+
+int runDemo(const Args& args, const Context& ctx) {
+  const fs::path folder = args[0];
+  std::error_code ec;
+  fs::create_directories(folder, ec);
+  if (ec) return ctx.fail("could not make the folder " + curlyQuoted(folder.string()) + ": " + ec.message() + ".");
+  const fs::path file = folder / "Sample.brevelan";
+  auto saved = ProjectFile::save(makeSampleProject(), file);
+  if (!saved) return ctx.fail(saved.error().message);
+  ctx.out << "Wrote " << file.string() << "\n";
+  return 0;
+}
+
+int runInfo(const Args& args, const Context& ctx) {
+  auto project = ProjectFile::load(args[0]);
+  if (!project) return ctx.fail(project.error().message);
+  ctx.out << summarize(*project);
+  return 0;
+}
+
+const std::vector<Command>& commands() {
+  static const std::vector<Command> table{
+      {"demo", "demo DIR", "write the sample project into DIR", 1, runDemo},
+      {"info", "info PROJECT", "describe a .brevelan project: sequences, lengths, media", 1, runInfo},
+  };
+  return table;
+}
+
+void printHelp(std::ostream& out) {
+  out << "Vael Brevelan " << BREVELAN_VERSION << " — a non-linear video editor\n\n"
+      << "Usage: brevelan [COMMAND] [ARGUMENTS]\n\n"
+      << "Without a command the editor opens. Commands run without a display:\n";
+  for (const Command& command : commands())
+    out << "  brevelan " << command.usage << std::string(24 - std::min<std::size_t>(command.usage.size(), 22), ' ')
+        << command.summary << "\n";
+  out << "\n  brevelan --help      show this text\n  brevelan --version   show the version\n";
+}
+
+}  // namespace
+
+int runCommandLine(const Args& args, std::ostream& out, std::ostream& err) {
+  const Context ctx{out, err};
+  if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+    printHelp(out);
+    return 0;
+  }
+  if (args[0] == "--version") {
+    out << "brevelan " << BREVELAN_VERSION << "\n";
+    return 0;
+  }
+  for (const Command& command : commands()) {
+    if (args[0] != command.name) continue;
+    const Args rest(args.begin() + 1, args.end());
+    if (rest.size() != command.arguments) return ctx.usage("usage: brevelan " + std::string(command.usage));
+    return command.run(rest, ctx);
+  }
+  return ctx.usage("unknown command " + curlyQuoted(args[0]));
+}
+
+}  // namespace brevelan
