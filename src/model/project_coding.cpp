@@ -9,250 +9,286 @@ using nlohmann::json;
 using Kind = DecodeError::Kind;
 
 // ---- encoding ---------------------------------------------------------------
-
-// Builds one JSON object by moving members in. (Braced initialiser lists would
-// deep-copy every nested object once per level, which dominates saving.)
-class Members {
- public:
-  Members& add(const char* key, json value) {
-    object_.emplace(key, std::move(value));
-    return *this;
-  }
-  template <class T>
-  Members& addOptional(const char* key, const std::optional<T>& value) {
-    if (value) object_.emplace(key, *value);
-    return *this;
-  }
-  json done() { return json(std::move(object_)); }
-
- private:
-  json::object_t object_;
-};
+// Members are written in sorted key order (byte order: upper case first).
 
 template <class E>
-json enumText(E value) {
-  return std::string(text(value));
+void writeEnum(JsonWriter& w, const char* key, E value) {
+  w.key(key).value(text(value));
 }
 
-template <class List, class Encode>
-json array(const List& items, Encode encodeItem) {
-  json::array_t out;
-  out.reserve(items.size());
-  for (const auto& item : items) out.push_back(encodeItem(item));
-  return json(std::move(out));
+template <class List, class Write>
+void writeArray(JsonWriter& w, const char* key, const List& items, Write writeItem) {
+  w.key(key).beginArray();
+  for (const auto& item : items) writeItem(w, item);
+  w.endArray();
 }
 
-json encodeRGBA(const RGBA& c) { return Members().add("r", c.r).add("g", c.g).add("b", c.b).add("a", c.a).done(); }
-
-json encodeKeys(const KeyTrack& track) {
-  return Members()
-      .add("keys", array(track.keys,
-                         [](const Keyframe& k) { return Members().add("frame", k.frame).add("value", k.value).done(); }))
-      .done();
+void writeRGBA(JsonWriter& w, const RGBA& c) {
+  w.beginObject();
+  w.key("a").value(c.a);
+  w.key("b").value(c.b);
+  w.key("g").value(c.g);
+  w.key("r").value(c.r);
+  w.endObject();
 }
 
-json encodeCurve(const ToneCurve& curve) {
-  return Members()
-      .add("points",
-           array(curve.points, [](const CurvePoint& p) { return Members().add("x", p.x).add("y", p.y).done(); }))
-      .done();
+void writeKeys(JsonWriter& w, const KeyTrack& track) {
+  w.beginObject();
+  writeArray(w, "keys", track.keys, [](JsonWriter& w, const Keyframe& k) {
+    w.beginObject();
+    w.key("frame").value(k.frame);
+    w.key("value").value(k.value);
+    w.endObject();
+  });
+  w.endObject();
 }
 
-json encodeWheel(const ColorWheel& w) { return Members().add("x", w.x).add("y", w.y).add("luma", w.luma).done(); }
-
-json encodeTitle(const TitleSpec& t) {
-  return Members()
-      .add("style", enumText(t.style))
-      .add("text", t.text)
-      .add("subtitle", t.subtitle)
-      .add("fontName", t.fontName)
-      .add("size", t.size)
-      .add("color", encodeRGBA(t.color))
-      .add("barColor", encodeRGBA(t.barColor))
-      .add("showBar", t.showBar)
-      .add("shadow", t.shadow)
-      .add("fadeFrames", t.fadeFrames)
-      .done();
+void writeCurve(JsonWriter& w, const ToneCurve& curve) {
+  w.beginObject();
+  writeArray(w, "points", curve.points, [](JsonWriter& w, const CurvePoint& p) {
+    w.beginObject();
+    w.key("x").value(p.x);
+    w.key("y").value(p.y);
+    w.endObject();
+  });
+  w.endObject();
 }
 
-json encodeSource(const ClipSource& source) {
-  json payload;
-  if (auto* id = source.mediaID()) payload = id->str();
-  else if (auto* title = source.titleSpec()) payload = encodeTitle(*title);
-  else if (auto* color = source.color()) payload = encodeRGBA(*color);
-  else if (auto* nested = source.nestedID()) payload = nested->str();
-  return Members()
-      .add(ClipSource::caseName(source.kind()).data(), Members().add("_0", std::move(payload)).done())
-      .done();
+void writeWheel(JsonWriter& w, const ColorWheel& wheel) {
+  w.beginObject();
+  w.key("luma").value(wheel.luma);
+  w.key("x").value(wheel.x);
+  w.key("y").value(wheel.y);
+  w.endObject();
 }
 
-json encodeTransform(const Transform& t) {
+void writeTitle(JsonWriter& w, const TitleSpec& t) {
+  w.beginObject();
+  w.key("barColor");
+  writeRGBA(w, t.barColor);
+  w.key("color");
+  writeRGBA(w, t.color);
+  w.key("fadeFrames").value(t.fadeFrames);
+  w.key("fontName").value(t.fontName);
+  w.key("shadow").value(t.shadow);
+  w.key("showBar").value(t.showBar);
+  w.key("size").value(t.size);
+  writeEnum(w, "style", t.style);
+  w.key("subtitle").value(t.subtitle);
+  w.key("text").value(t.text);
+  w.endObject();
+}
+
+void writeSource(JsonWriter& w, const ClipSource& source) {
+  w.beginObject();
+  w.key(ClipSource::caseName(source.kind())).beginObject();
+  w.key("_0");
+  if (auto* id = source.mediaID()) w.value(id->str());
+  else if (auto* title = source.titleSpec()) writeTitle(w, *title);
+  else if (auto* color = source.color()) writeRGBA(w, *color);
+  else if (auto* nested = source.nestedID()) w.value(nested->str());
+  w.endObject();
+  w.endObject();
+}
+
+void writeTransform(JsonWriter& w, const Transform& t) {
   const KenBurns& k = t.kenBurns;
-  return Members()
-      .add("x", t.x)
-      .add("y", t.y)
-      .add("scale", t.scale)
-      .add("rotation", t.rotation)
-      .add("opacity", t.opacity)
-      .add("cropL", t.cropL)
-      .add("cropR", t.cropR)
-      .add("cropT", t.cropT)
-      .add("cropB", t.cropB)
-      .add("fit", enumText(t.fit))
-      .add("flipH", t.flipH)
-      .add("kenBurns", Members()
-                           .add("startScale", k.startScale)
-                           .add("endScale", k.endScale)
-                           .add("startX", k.startX)
-                           .add("startY", k.startY)
-                           .add("endX", k.endX)
-                           .add("endY", k.endY)
-                           .add("ease", k.ease)
-                           .done())
-      .done();
+  w.beginObject();
+  w.key("cropB").value(t.cropB);
+  w.key("cropL").value(t.cropL);
+  w.key("cropR").value(t.cropR);
+  w.key("cropT").value(t.cropT);
+  writeEnum(w, "fit", t.fit);
+  w.key("flipH").value(t.flipH);
+  w.key("kenBurns").beginObject();
+  w.key("ease").value(k.ease);
+  w.key("endScale").value(k.endScale);
+  w.key("endX").value(k.endX);
+  w.key("endY").value(k.endY);
+  w.key("startScale").value(k.startScale);
+  w.key("startX").value(k.startX);
+  w.key("startY").value(k.startY);
+  w.endObject();
+  w.key("opacity").value(t.opacity);
+  w.key("rotation").value(t.rotation);
+  w.key("scale").value(t.scale);
+  w.key("x").value(t.x);
+  w.key("y").value(t.y);
+  w.endObject();
 }
 
-json encodeSpeed(const SpeedSettings& s) {
-  return Members()
-      .add("rate", s.rate)
-      .add("reverse", s.reverse)
-      .add("freeze", s.freeze)
-      .addOptional("rampTo", s.rampTo)
-      .done();
+void writeSpeed(JsonWriter& w, const SpeedSettings& s) {
+  w.beginObject();
+  w.key("freeze").value(s.freeze);
+  if (s.rampTo) w.key("rampTo").value(*s.rampTo);
+  w.key("rate").value(s.rate);
+  w.key("reverse").value(s.reverse);
+  w.endObject();
 }
 
-json encodeAudio(const AudioFX& a) {
-  return Members()
-      .add("gainDB", a.gainDB)
-      .add("pan", a.pan)
-      .add("volumeKeys", encodeKeys(a.volumeKeys))
-      .add("panKeys", encodeKeys(a.panKeys))
-      .add("fadeIn", a.fadeIn)
-      .add("fadeOut", a.fadeOut)
-      .add("eqOn", a.eqOn)
-      .add("eq", a.eq)
-      .add("gateOn", a.gateOn)
-      .add("gateThresholdDB", a.gateThresholdDB)
-      .add("compOn", a.compOn)
-      .add("compThresholdDB", a.compThresholdDB)
-      .add("compRatio", a.compRatio)
-      .add("compMakeupDB", a.compMakeupDB)
-      .add("muted", a.muted)
-      .done();
+void writeAudio(JsonWriter& w, const AudioFX& a) {
+  w.beginObject();
+  w.key("compMakeupDB").value(a.compMakeupDB);
+  w.key("compOn").value(a.compOn);
+  w.key("compRatio").value(a.compRatio);
+  w.key("compThresholdDB").value(a.compThresholdDB);
+  writeArray(w, "eq", a.eq, [](JsonWriter& w, double band) { w.value(band); });
+  w.key("eqOn").value(a.eqOn);
+  w.key("fadeIn").value(a.fadeIn);
+  w.key("fadeOut").value(a.fadeOut);
+  w.key("gainDB").value(a.gainDB);
+  w.key("gateOn").value(a.gateOn);
+  w.key("gateThresholdDB").value(a.gateThresholdDB);
+  w.key("muted").value(a.muted);
+  w.key("pan").value(a.pan);
+  w.key("panKeys");
+  writeKeys(w, a.panKeys);
+  w.key("volumeKeys");
+  writeKeys(w, a.volumeKeys);
+  w.endObject();
 }
 
-json encodeGrade(const ColorGrade& g) {
-  return Members()
-      .add("exposure", g.exposure)
-      .add("contrast", g.contrast)
-      .add("saturation", g.saturation)
-      .add("temperature", g.temperature)
-      .add("tint", g.tint)
-      .add("lift", encodeWheel(g.lift))
-      .add("gamma", encodeWheel(g.gamma))
-      .add("gain", encodeWheel(g.gain))
-      .add("master", encodeCurve(g.master))
-      .add("red", encodeCurve(g.red))
-      .add("green", encodeCurve(g.green))
-      .add("blue", encodeCurve(g.blue))
-      .addOptional("lutPath", g.lutPath)
-      .add("lutAmount", g.lutAmount)
-      .add("enabled", g.enabled)
-      .done();
+void writeGrade(JsonWriter& w, const ColorGrade& g) {
+  w.beginObject();
+  w.key("blue");
+  writeCurve(w, g.blue);
+  w.key("contrast").value(g.contrast);
+  w.key("enabled").value(g.enabled);
+  w.key("exposure").value(g.exposure);
+  w.key("gain");
+  writeWheel(w, g.gain);
+  w.key("gamma");
+  writeWheel(w, g.gamma);
+  w.key("green");
+  writeCurve(w, g.green);
+  w.key("lift");
+  writeWheel(w, g.lift);
+  w.key("lutAmount").value(g.lutAmount);
+  if (g.lutPath) w.key("lutPath").value(*g.lutPath);
+  w.key("master");
+  writeCurve(w, g.master);
+  w.key("red");
+  writeCurve(w, g.red);
+  w.key("saturation").value(g.saturation);
+  w.key("temperature").value(g.temperature);
+  w.key("tint").value(g.tint);
+  w.endObject();
 }
 
-json encodeTransition(const Transition& t) {
-  return Members()
-      .add("kind", enumText(t.kind))
-      .add("duration", t.duration)
-      .add("color", encodeRGBA(t.color))
-      .add("direction", enumText(t.direction))
-      .done();
+void writeTransition(JsonWriter& w, const Transition& t) {
+  w.beginObject();
+  w.key("color");
+  writeRGBA(w, t.color);
+  writeEnum(w, "direction", t.direction);
+  w.key("duration").value(t.duration);
+  writeEnum(w, "kind", t.kind);
+  w.endObject();
 }
 
-json encodeClip(const Clip& c) {
-  Members out;
-  out.add("id", c.id.str())
-      .add("source", encodeSource(c.source))
-      .add("name", c.name)
-      .add("start", c.start)
-      .add("duration", c.duration)
-      .add("sourceIn", c.sourceIn)
-      .addOptional("sourceLimit", c.sourceLimit)
-      .add("enabled", c.enabled)
-      .add("speed", encodeSpeed(c.speed))
-      .add("transform", encodeTransform(c.transform))
-      .add("grade", encodeGrade(c.grade))
-      .add("audio", encodeAudio(c.audio))
-      .add("label", c.label);
-  if (c.linkID) out.add("linkID", c.linkID->str());
-  if (c.transitionIn) out.add("transitionIn", encodeTransition(*c.transitionIn));
-  return out.done();
+void writeClip(JsonWriter& w, const Clip& c) {
+  w.beginObject();
+  w.key("audio");
+  writeAudio(w, c.audio);
+  w.key("duration").value(c.duration);
+  w.key("enabled").value(c.enabled);
+  w.key("grade");
+  writeGrade(w, c.grade);
+  w.key("id").value(c.id.str());
+  w.key("label").value(c.label);
+  if (c.linkID) w.key("linkID").value(c.linkID->str());
+  w.key("name").value(c.name);
+  w.key("source");
+  writeSource(w, c.source);
+  w.key("sourceIn").value(c.sourceIn);
+  if (c.sourceLimit) w.key("sourceLimit").value(*c.sourceLimit);
+  w.key("speed");
+  writeSpeed(w, c.speed);
+  w.key("start").value(c.start);
+  w.key("transform");
+  writeTransform(w, c.transform);
+  if (c.transitionIn) {
+    w.key("transitionIn");
+    writeTransition(w, *c.transitionIn);
+  }
+  w.endObject();
 }
 
-json encodeTrack(const Track& t) {
-  return Members()
-      .add("id", t.id.str())
-      .add("kind", enumText(t.kind))
-      .add("name", t.name)
-      .add("clips", array(t.clips, encodeClip))
-      .add("muted", t.muted)
-      .add("solo", t.solo)
-      .add("locked", t.locked)
-      .add("volumeDB", t.volumeDB)
-      .add("pan", t.pan)
-      .done();
+void writeTrack(JsonWriter& w, const Track& t) {
+  w.beginObject();
+  writeArray(w, "clips", t.clips, writeClip);
+  w.key("id").value(t.id.str());
+  writeEnum(w, "kind", t.kind);
+  w.key("locked").value(t.locked);
+  w.key("muted").value(t.muted);
+  w.key("name").value(t.name);
+  w.key("pan").value(t.pan);
+  w.key("solo").value(t.solo);
+  w.key("volumeDB").value(t.volumeDB);
+  w.endObject();
 }
 
-json encodeMarker(const Marker& m) {
-  return Members().add("id", m.id.str()).add("frame", m.frame).add("name", m.name).add("color", m.color).done();
+void writeMarker(JsonWriter& w, const Marker& m) {
+  w.beginObject();
+  w.key("color").value(m.color);
+  w.key("frame").value(m.frame);
+  w.key("id").value(m.id.str());
+  w.key("name").value(m.name);
+  w.endObject();
 }
 
-json encodeCaption(const Caption& c) {
-  return Members().add("id", c.id.str()).add("start", c.start).add("end", c.end).add("text", c.text).done();
+void writeCaption(JsonWriter& w, const Caption& c) {
+  w.beginObject();
+  w.key("end").value(c.end);
+  w.key("id").value(c.id.str());
+  w.key("start").value(c.start);
+  w.key("text").value(c.text);
+  w.endObject();
 }
 
-json encodeSequence(const BrevSequence& s) {
+void writeSequence(JsonWriter& w, const BrevSequence& s) {
   const CaptionStyle& cs = s.captionStyle;
-  return Members()
-      .add("id", s.id.str())
-      .add("name", s.name)
-      .add("width", s.width)
-      .add("height", s.height)
-      .add("rate", Members().add("num", s.rate.num).add("den", s.rate.den).done())
-      .add("sampleRate", s.sampleRate)
-      .add("video", array(s.video, encodeTrack))
-      .add("audio", array(s.audio, encodeTrack))
-      .add("markers", array(s.markers, encodeMarker))
-      .add("captions", array(s.captions, encodeCaption))
-      .add("captionStyle", Members()
-                               .add("fontName", cs.fontName)
-                               .add("size", cs.size)
-                               .add("burnIn", cs.burnIn)
-                               .add("box", cs.box)
-                               .add("bottomMargin", cs.bottomMargin)
-                               .done())
-      .add("masterDB", s.masterDB)
-      .done();
+  w.beginObject();
+  writeArray(w, "audio", s.audio, writeTrack);
+  w.key("captionStyle").beginObject();
+  w.key("bottomMargin").value(cs.bottomMargin);
+  w.key("box").value(cs.box);
+  w.key("burnIn").value(cs.burnIn);
+  w.key("fontName").value(cs.fontName);
+  w.key("size").value(cs.size);
+  w.endObject();
+  writeArray(w, "captions", s.captions, writeCaption);
+  w.key("height").value(s.height);
+  w.key("id").value(s.id.str());
+  writeArray(w, "markers", s.markers, writeMarker);
+  w.key("masterDB").value(s.masterDB);
+  w.key("name").value(s.name);
+  w.key("rate").beginObject();
+  w.key("den").value(s.rate.den);
+  w.key("num").value(s.rate.num);
+  w.endObject();
+  w.key("sampleRate").value(s.sampleRate);
+  writeArray(w, "video", s.video, writeTrack);
+  w.key("width").value(s.width);
+  w.endObject();
 }
 
-json encodeMedia(const MediaItem& m) {
-  return Members()
-      .add("id", m.id.str())
-      .add("name", m.name)
-      .add("kind", enumText(m.kind))
-      .add("path", m.path)
-      .addOptional("relativePath", m.relativePath)
-      .add("duration", m.duration)
-      .add("width", m.width)
-      .add("height", m.height)
-      .add("nominalFPS", m.nominalFPS)
-      .add("hasVideo", m.hasVideo)
-      .add("hasAudio", m.hasAudio)
-      .addOptional("proxyPath", m.proxyPath)
-      .addOptional("reversedPath", m.reversedPath)
-      .add("bin", m.bin)
-      .done();
+void writeMedia(JsonWriter& w, const MediaItem& m) {
+  w.beginObject();
+  w.key("bin").value(m.bin);
+  w.key("duration").value(m.duration);
+  w.key("hasAudio").value(m.hasAudio);
+  w.key("hasVideo").value(m.hasVideo);
+  w.key("height").value(m.height);
+  w.key("id").value(m.id.str());
+  writeEnum(w, "kind", m.kind);
+  w.key("name").value(m.name);
+  w.key("nominalFPS").value(m.nominalFPS);
+  w.key("path").value(m.path);
+  if (m.proxyPath) w.key("proxyPath").value(*m.proxyPath);
+  if (m.relativePath) w.key("relativePath").value(*m.relativePath);
+  if (m.reversedPath) w.key("reversedPath").value(*m.reversedPath);
+  w.key("width").value(m.width);
+  w.endObject();
 }
 
 // ---- decoding ---------------------------------------------------------------
@@ -455,21 +491,22 @@ MediaItem readMedia(const JsonReader& r) {
 
 }  // namespace
 
-json encode(const Date& date) { return date.secondsSince2001; }
+void write(JsonWriter& w, const Date& date) { w.value(date.secondsSince2001); }
 
 Date readDate(const JsonReader& reader) { return Date{reader.number()}; }
 
-json encode(const Project& p) {
-  return Members()
-      .add("format", p.format)
-      .add("id", p.id.str())
-      .add("name", p.name)
-      .add("media", array(p.media, encodeMedia))
-      .add("sequences", array(p.sequences, encodeSequence))
-      .add("activeSequenceID", p.activeSequenceID.str())
-      .add("bins", p.bins)
-      .add("created", encode(p.created))
-      .done();
+void write(JsonWriter& w, const Project& p) {
+  w.beginObject();
+  w.key("activeSequenceID").value(p.activeSequenceID.str());
+  writeArray(w, "bins", p.bins, [](JsonWriter& w, const std::string& bin) { w.value(bin); });
+  w.key("created");
+  write(w, p.created);
+  w.key("format").value(p.format);
+  w.key("id").value(p.id.str());
+  writeArray(w, "media", p.media, writeMedia);
+  w.key("name").value(p.name);
+  writeArray(w, "sequences", p.sequences, writeSequence);
+  w.endObject();
 }
 
 Project readProject(const JsonReader& r) {

@@ -5,6 +5,7 @@
 #include "model/date.h"
 #include "model/expected.h"
 #include "model/json_reader.h"
+#include "model/json_writer.h"
 #include "model/project.h"
 
 namespace brevelan {
@@ -12,16 +13,16 @@ namespace brevelan {
 // The JSON form of the document: every record an object keyed by its field
 // names, enumerations by their display text, UUIDs in upper case, dates as
 // seconds since 2001, absent optionals left out, a clip source as
-// {"media": {"_0": "UUID"}} and the like. nlohmann's default object keeps
-// members in sorted order, which is the order the file is written in.
+// {"media": {"_0": "UUID"}} and the like. Members are written in sorted key
+// order; reading goes through nlohmann's parser.
 namespace coding {
 
-nlohmann::json encode(const Project& project);
+void write(JsonWriter& writer, const Project& project);
 Expected<Project, DecodeError> decodeProject(const nlohmann::json& json);
 
 // For records that embed a project (recovery copies) and other dated records.
 Project readProject(const JsonReader& reader);  // throws JsonReader::DecodeFailure
-nlohmann::json encode(const Date& date);
+void write(JsonWriter& writer, const Date& date);
 Date readDate(const JsonReader& reader);
 
 }  // namespace coding

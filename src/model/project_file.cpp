@@ -98,9 +98,9 @@ Project withRelativePaths(const Project& project, const fs::path& projectFile) {
 }
 
 std::string encode(const Project& project) {
-  // Invalid UTF-8 (a file name from a foreign disk) is written as U+FFFD
-  // rather than making the whole save fail.
-  return coding::encode(project).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+  JsonWriter writer;
+  coding::write(writer, project);
+  return writer.take() + "\n";
 }
 
 Expected<void, FileError> save(const Project& project, const fs::path& to) {

@@ -42,11 +42,22 @@ TEST(ProjectFile, WritesSortedPrettyJSONInTheDocumentedShape) {
   const json doc = json::parse(text);
 
   EXPECT_NE(text.find("\n  \"activeSequenceID\": "), std::string::npos);  // one member per line
-  std::vector<std::string> topKeys;
-  for (auto it = doc.begin(); it != doc.end(); ++it) topKeys.push_back(it.key());
-  EXPECT_EQ(topKeys, (std::vector<std::string>{"activeSequenceID", "bins", "created", "format", "id", "media",
-                                               "name", "sequences"}));
-  EXPECT_LT(text.find("\"activeSequenceID\""), text.find("\"bins\""));
+  // Every object, at every depth, in the file's own order, has sorted keys.
+  std::function<void(const nlohmann::ordered_json&, const std::string&)> expectSorted =
+      [&](const nlohmann::ordered_json& node, const std::string& where) {
+        if (!node.is_structured()) return;
+        std::string previous;
+        bool first = true;
+        for (auto it = node.begin(); it != node.end(); ++it) {
+          if (node.is_object()) {
+            EXPECT_TRUE(first || previous < it.key()) << where << ": " << previous << " before " << it.key();
+            previous = it.key();
+            first = false;
+          }
+          expectSorted(*it, where + "/" + (node.is_object() ? it.key() : "[]"));
+        }
+      };
+  expectSorted(nlohmann::ordered_json::parse(text), "");
   EXPECT_EQ(doc["format"], "vael-brevelan-1");
   EXPECT_EQ(doc["created"], 12.5);
   EXPECT_EQ(doc["id"], project.id.str());
