@@ -65,7 +65,9 @@ JsonWriter& JsonWriter::key(std::string_view name) {
 void JsonWriter::begin(char bracket, bool isObject) {
   beforeValue();
   out_.push_back(bracket);
-  levels_.push_back(Level{isObject});
+  Level level;
+  level.isObject = isObject;
+  levels_.push_back(std::move(level));
 }
 
 void JsonWriter::end(char bracket) {
