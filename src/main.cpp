@@ -11,5 +11,5 @@ int main(int argc, char** argv) {
     // headless commands are the way in.
     std::cerr << "brevelan: the editor window is not available in this build; showing the commands.\n";
   }
-  return brevelan::runCommandLine(args, std::cout, std::cerr);
+  return brevelan::runCommandLine(args, std::cin, std::cout, std::cerr);
 }

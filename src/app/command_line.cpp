@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string_view>
 
 #include "app/project_summary.h"
 #include "app/sample_project.h"
+#include "app/script_runner.h"
 #include "model/project_file.h"
 
 #ifndef BREVELAN_VERSION
@@ -21,6 +23,7 @@ namespace fs = std::filesystem;
 using Args = std::vector<std::string>;
 
 struct Context {
+  std::istream& in;
   std::ostream& out;
   std::ostream& err;
 
@@ -38,7 +41,8 @@ struct Command {
   std::string_view name;
   std::string_view usage;
   std::string_view summary;
-  std::size_t arguments;  // exact number of positional arguments
+  std::size_t minArguments;
+  std::size_t maxArguments;
   std::function<int(const Args&, const Context&)> run;
 };
 
@@ -61,10 +65,27 @@ int runInfo(const Args& args, const Context& ctx) {
   return 0;
 }
 
+int runScriptCommand(const Args& args, const Context& ctx) {
+  if (args[0] == "--help") {
+    ctx.out << scriptHelp();
+    return 0;
+  }
+  std::optional<fs::path> saveTo;
+  if (args.size() == 3) {
+    if (args[1] != "--save") return ctx.usage("usage: brevelan script PROJECT [--save OUT]");
+    saveTo = args[2];
+  } else if (args.size() != 1) {
+    return ctx.usage("usage: brevelan script PROJECT [--save OUT]");
+  }
+  return runScript(args[0], saveTo, ctx.in, ctx.out, ctx.err);
+}
+
 const std::vector<Command>& commands() {
   static const std::vector<Command> table{
-      {"demo", "demo DIR", "write the sample project into DIR", 1, runDemo},
-      {"info", "info PROJECT", "describe a .brevelan project: sequences, lengths, media", 1, runInfo},
+      {"demo", "demo DIR", "write the sample project into DIR", 1, 1, runDemo},
+      {"info", "info PROJECT", "describe a .brevelan project: sequences, lengths, media", 1, 1, runInfo},
+      {"script", "script PROJECT [--save OUT]", "apply JSON-lines edit commands from stdin (script --help)", 1, 3,
+       runScriptCommand},
   };
   return table;
 }
@@ -74,15 +95,15 @@ void printHelp(std::ostream& out) {
       << "Usage: brevelan [COMMAND] [ARGUMENTS]\n\n"
       << "Without a command the editor opens. Commands run without a display:\n";
   for (const Command& command : commands())
-    out << "  brevelan " << command.usage << std::string(24 - std::min<std::size_t>(command.usage.size(), 22), ' ')
+    out << "  brevelan " << command.usage << std::string(30 - std::min<std::size_t>(command.usage.size(), 28), ' ')
         << command.summary << "\n";
   out << "\n  brevelan --help      show this text\n  brevelan --version   show the version\n";
 }
 
 }  // namespace
 
-int runCommandLine(const Args& args, std::ostream& out, std::ostream& err) {
-  const Context ctx{out, err};
+int runCommandLine(const Args& args, std::istream& in, std::ostream& out, std::ostream& err) {
+  const Context ctx{in, out, err};
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     printHelp(out);
     return 0;
@@ -94,7 +115,8 @@ int runCommandLine(const Args& args, std::ostream& out, std::ostream& err) {
   for (const Command& command : commands()) {
     if (args[0] != command.name) continue;
     const Args rest(args.begin() + 1, args.end());
-    if (rest.size() != command.arguments) return ctx.usage("usage: brevelan " + std::string(command.usage));
+    if (rest.size() < command.minArguments || rest.size() > command.maxArguments)
+      return ctx.usage("usage: brevelan " + std::string(command.usage));
     return command.run(rest, ctx);
   }
   return ctx.usage("unknown command " + curlyQuoted(args[0]));

@@ -51,10 +51,9 @@ void JsonWriter::beforeValue() {
 JsonWriter& JsonWriter::key(std::string_view name) {
   Level& level = levels_.back();
   if (!level.empty) out_.push_back(',');
-  if (!level.empty && !(level.lastKey < name)) keysInOrder_ = false;
+  if (!level.empty && !(std::string_view(level.lastKey) < name)) keysInOrder_ = false;
   level.empty = false;
-  level.lastKeyStorage.assign(name);
-  level.lastKey = level.lastKeyStorage;
+  level.lastKey.assign(name);
   newline(levels_.size());
   writeString(name);
   out_ += ": ";

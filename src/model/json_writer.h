@@ -39,8 +39,7 @@ class JsonWriter {
   struct Level {
     bool isObject = false;
     bool empty = true;
-    std::string_view lastKey;
-    std::string lastKeyStorage;
+    std::string lastKey;
   };
   void beforeValue();
   void writeString(std::string_view text);

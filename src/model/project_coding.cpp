@@ -495,6 +495,10 @@ void write(JsonWriter& w, const Date& date) { w.value(date.secondsSince2001); }
 
 Date readDate(const JsonReader& reader) { return Date{reader.number()}; }
 
+void write(JsonWriter& w, const Clip& clip) { writeClip(w, clip); }
+
+Clip decodeClip(const JsonReader& reader) { return readClip(reader); }
+
 void write(JsonWriter& w, const Project& p) {
   w.beginObject();
   w.key("activeSequenceID").value(p.activeSequenceID.str());

@@ -23,6 +23,9 @@ Expected<Project, DecodeError> decodeProject(const nlohmann::json& json);
 // For records that embed a project (recovery copies) and other dated records.
 Project readProject(const JsonReader& reader);  // throws JsonReader::DecodeFailure
 void write(JsonWriter& writer, const Date& date);
+// One clip on its own (the scripting interface sets clip fields through this form).
+void write(JsonWriter& writer, const Clip& clip);
+Clip decodeClip(const JsonReader& reader);  // throws JsonReader::DecodeFailure
 Date readDate(const JsonReader& reader);
 
 }  // namespace coding

@@ -18,8 +18,9 @@ struct Outcome {
 };
 
 Outcome run(std::vector<std::string> args) {
+  std::istringstream in;
   std::ostringstream out, err;
-  int code = runCommandLine(args, out, err);
+  int code = runCommandLine(args, in, out, err);
   return {code, out.str(), err.str()};
 }
 

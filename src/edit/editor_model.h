@@ -1,0 +1,225 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "edit/clipboard.h"
+#include "edit/editor_services.h"
+#include "edit/editor_state.h"
+#include "edit/history.h"
+#include "model/expected.h"
+#include "model/file_error.h"
+#include "model/project.h"
+
+namespace brevelan {
+
+// The controller of the open document. Every change to the project goes
+// through the edit funnel (edit, editSeq, updateClip), the drag protocol,
+// undo/redo, or replacing the document; everything else here is editor state
+// that the interface observes. Main thread only.
+class EditorModel {
+ public:
+  using Observer = std::function<void(Field)>;
+  // The save panel: a location, or nothing when the user cancels.
+  using LocationChooser = std::function<std::optional<std::filesystem::path>()>;
+
+  static constexpr double kRebuildDelay = 0.15;
+  // Same-named coalescing edits closer together than this are one undo step.
+  static constexpr double kCoalesceWindow = 1.0;
+  static constexpr const char* kCouldNotSave = "Could not save";
+  static constexpr const char* kCouldNotOpen = "Could not open the project";
+
+  explicit EditorModel(Project project, EditorServices services = {});
+  ~EditorModel();
+  EditorModel(const EditorModel&) = delete;
+  EditorModel& operator=(const EditorModel&) = delete;
+
+  // The application's one editor; set by the application, null until then.
+  static EditorModel* shared();
+  static void setShared(EditorModel* editor);
+
+  // Observation. Subscribers hear which field changed, after the change.
+  const EditorState& state() const { return state_; }
+  const Project& project() const { return state_.project; }
+  const BrevSequence* activeSequence() const { return state_.project.activeSequence(); }
+  std::uint64_t subscribe(Observer observer);
+  void unsubscribe(std::uint64_t token);
+
+  // The edit funnel: `body` changes a copy of the project. Returns whether
+  // the project changed; an edit that changes nothing records nothing.
+  template <class Body>
+  bool edit(std::string_view name, bool coalesce, bool rebuild, Body&& body) {
+    Project working = state_.project;
+    body(working);
+    return commit(name, coalesce, rebuild, std::move(working));
+  }
+  // The same, on the active sequence.
+  template <class Body>
+  bool editSeq(std::string_view name, bool coalesce, bool rebuild, Body&& body) {
+    return edit(name, coalesce, rebuild, [&](Project& project) {
+      if (BrevSequence* sequence = project.mutableActiveSequence()) body(*sequence);
+    });
+  }
+  // The same, on one clip of the active sequence found by id on any track.
+  template <class Body>
+  bool updateClip(const Uuid& id, std::string_view name, bool coalesce, bool rebuild, Body&& body) {
+    return editSeq(name, coalesce, rebuild, [&](BrevSequence& sequence) {
+      if (Clip* clip = mutableClip(sequence, id)) body(*clip);
+    });
+  }
+
+  // Live drags: every preview is computed from the state at beginDrag and
+  // the whole drag becomes one undo step at endDrag.
+  void beginDrag();
+  template <class Body>
+  void previewDrag(Body&& body) {
+    if (!dragBase_) return;
+    Project preview = *dragBase_;
+    if (BrevSequence* sequence = preview.mutableActiveSequence()) body(*sequence);
+    showPreview(std::move(preview));
+  }
+  // Returns whether a step was recorded.
+  bool endDrag(std::string_view name);
+  void cancelDrag();
+  bool dragging() const { return dragBase_.has_value(); }
+
+  // Undo and redo; with nothing to go back (or forward) to, beep.
+  bool undo();
+  bool redo();
+  const History& history() const { return history_; }
+
+  // Debounced picture rebuild: pending requests are dropped, and a build that
+  // finishes after a newer request was made is never installed.
+  void scheduleRebuild(double delaySeconds);
+  std::uint64_t buildGeneration() const { return buildGeneration_; }
+  const std::shared_ptr<const ProgramBuild>& currentBuild() const { return build_; }
+
+  // Clipboard.
+  void copySelection();
+  // One "Paste" edit at the playhead; returns whether the project changed.
+  bool paste();
+  const std::vector<ClipboardEntry>& clipboard() const { return clipboard_; }
+  // The clip whose attributes Paste Attributes copies.
+  const std::optional<Clip>& attributeSource() const { return attributeSource_; }
+
+  // Selection. With linked selection on, selecting a clip selects its partners.
+  void select(const Uuid& clipID, bool extend);
+  void setSelection(std::set<Uuid> selection) { assign(state_.selection, std::move(selection), Field::selection); }
+  void clearSelection() { setSelection({}); }
+
+  // Transport and marks: editor state only, never the document.
+  void setPlayhead(std::int64_t frame);  // also seeks the program player
+  void playheadReported(std::int64_t frame) { assign(state_.playhead, frame, Field::playhead); }
+  void setSourcePlayhead(std::int64_t frame) { assign(state_.sourcePlayhead, frame, Field::sourcePlayhead); }
+  // Moves the focused viewer's position, never before frame 0.
+  void step(std::int64_t frames);
+  // I, O and clear marks act on the focused viewer.
+  void markInPoint();
+  void markOutPoint();
+  void clearMarks();
+
+  // Files. Failures are also raised as `alert` with the fixed title.
+  Expected<void, FileError> open(const std::filesystem::path& file);
+  // Writes to the file location, asking for one first when there is none.
+  // true: saved; false: the user chose no location.
+  Expected<bool, FileError> save(const LocationChooser& chooseLocation);
+  Expected<bool, FileError> saveAs(const LocationChooser& chooseLocation);
+  Expected<void, FileError> saveTo(const std::filesystem::path& file);
+  void newProject();
+  // Opens a recovery copy: unsaved, saving back to its original file if it had one.
+  void recover(Project project, std::optional<std::filesystem::path> originalPath);
+  // Writes a recovery copy every `seconds` while the document is dirty.
+  void startAutosave(double seconds);
+  void stopAutosave();
+
+  // Plain editor switches and interface state.
+  void setTool(Tool tool) { assign(state_.tool, tool, Field::tool); }
+  void setSnapping(bool on) { assign(state_.snapping, on, Field::snapping); }
+  void setLinkedSelection(bool on) { assign(state_.linkedSelection, on, Field::linkedSelection); }
+  void setWorkspace(Workspace workspace) { assign(state_.workspace, workspace, Field::workspace); }
+  void setPixelsPerFrame(double zoom) { assign(state_.pixelsPerFrame, zoom, Field::pixelsPerFrame); }
+  void setTargetVideo(std::int64_t index) { assign(state_.targetVideo, index, Field::targetVideo); }
+  void setTargetAudio(std::int64_t index) { assign(state_.targetAudio, index, Field::targetAudio); }
+  void setFocus(ViewerFocus focus) { assign(state_.focus, focus, Field::focus); }
+  void setUseProxies(bool on);
+  void setAutoProxies(bool on) { assign(state_.autoProxies, on, Field::autoProxies); }
+  void setSheet(std::optional<SheetKind> sheet) { assign(state_.sheet, sheet, Field::sheet); }
+  void setAlert(std::optional<AlertInfo> alert) { assign(state_.alert, std::move(alert), Field::alert); }
+  void showAlert(std::string title, std::string message);
+  void setStatus(std::string text) { assign(state_.status, std::move(text), Field::status); }
+  void setBusy(std::optional<std::string> label) { assign(state_.busy, std::move(label), Field::busy); }
+  void setBusyProgress(double progress) { assign(state_.busyProgress, progress, Field::busyProgress); }
+  void setBinFilter(std::string text) { assign(state_.binFilter, std::move(text), Field::binFilter); }
+  void setSelectedMediaID(std::optional<Uuid> id) { assign(state_.selectedMediaID, id, Field::selectedMediaID); }
+  void bumpThumbsVersion() { assign(state_.thumbsVersion, state_.thumbsVersion + 1, Field::thumbsVersion); }
+  void setSourceMediaID(std::optional<Uuid> id) { assign(state_.sourceMediaID, id, Field::sourceMediaID); }
+  void setSourceIn(std::optional<std::int64_t> frame) { assign(state_.sourceIn, frame, Field::sourceIn); }
+  void setSourceOut(std::optional<std::int64_t> frame) { assign(state_.sourceOut, frame, Field::sourceOut); }
+  void setMarkIn(std::optional<std::int64_t> frame) { assign(state_.markIn, frame, Field::markIn); }
+  void setMarkOut(std::optional<std::int64_t> frame) { assign(state_.markOut, frame, Field::markOut); }
+  void setPlayRate(float rate) { assign(state_.playRate, rate, Field::playRate); }
+  void setMeters(std::map<Uuid, StereoLevel> meters) { assign(state_.meters, std::move(meters), Field::meters); }
+  void setMasterMeter(StereoLevel level) { assign(state_.masterMeter, level, Field::masterMeter); }
+  void setScopes(std::shared_ptr<const ScopeData> data) { assign(state_.scopes, std::move(data), Field::scopes); }
+  void setVoiceOverActive(bool on) { assign(state_.voiceOverActive, on, Field::voiceOverActive); }
+  void setPasteWhat(std::uint32_t groups) { assign(state_.pasteWhat, groups, Field::pasteWhat); }
+
+ private:
+  struct PendingRebuild;
+
+  static Clip* mutableClip(BrevSequence& sequence, const Uuid& id);
+
+  bool commit(std::string_view name, bool coalesce, bool rebuild, Project working);
+  void showPreview(Project preview);
+  bool restore(bool undoing);
+  void install(std::shared_ptr<const ProgramBuild> build, std::uint64_t generation);
+  void refreshPicture(bool rebuild);
+  void replaceDocument(Project project, std::optional<std::filesystem::path> fileURL, bool dirty);
+  void scheduleAutosaveTick(double seconds, std::uint64_t timer);
+  double now() const { return services_.clock(); }
+
+  void setProject(Project project);
+  void notify(Field field);
+  template <class T, class U>
+  void assign(T& member, U&& value, Field field) {
+    if (member == value) return;
+    member = std::forward<U>(value);
+    notify(field);
+  }
+
+  EditorServices services_;
+  EditorState state_;
+  std::map<std::uint64_t, Observer> observers_;
+  std::uint64_t nextObserver_ = 1;
+
+  History history_;
+  std::string lastEditName_;
+  double lastEditTime_ = 0;
+  // Undo depth right after the last funnel edit: a series continues only
+  // while its own step is still the newest one.
+  std::size_t lastEditDepth_ = 0;
+  std::optional<Project> dragBase_;
+
+  std::shared_ptr<const ProgramBuild> build_;
+  std::uint64_t buildGeneration_ = 0;
+  std::shared_ptr<PendingRebuild> rebuildWork_;
+  std::uint64_t autosaveTimer_ = 0;
+
+  std::vector<ClipboardEntry> clipboard_;
+  std::optional<Clip> attributeSource_;
+
+  // Work left on the scheduler or the builder holds this weakly, so it does
+  // nothing once the editor is gone.
+  std::shared_ptr<EditorModel*> alive_;
+};
+
+}  // namespace brevelan
