@@ -25,8 +25,8 @@ Project makeLinkedProject() {
     for (int c = 0; c < 100; ++c) {
       Clip picture = Clip::make(ClipSource::media(media), "Clip " + std::to_string(c), c * 100, 100, 500, 3600);
       picture.linkID = Uuid::make();
-      picture.audio.volumeKeys.keys = {{0, -6}, {25, 0}, {75, 0}, {99, -12}};
-      picture.grade.master.points = {{0, 0}, {0.25, 0.3}, {0.75, 0.8}, {1, 1}};
+      picture.audio.mut().volumeKeys.keys = {{0, -6}, {25, 0}, {75, 0}, {99, -12}};
+      picture.grade.mut().master.points = {{0, 0}, {0.25, 0.3}, {0.75, 0.8}, {1, 1}};
       Clip sound = picture;
       sound.id = Uuid::make();
       pictures.push_back(std::move(picture));

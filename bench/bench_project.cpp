@@ -21,7 +21,7 @@ Project editOneClip(const Project& before, std::mt19937& rng) {
   SharedList<Track>& tracks = video ? seq.video : seq.audio;
   Track& track = tracks.mut(rng() % tracks.size());
   Clip& clip = track.clips.mut(rng() % track.clips.size());
-  clip.audio.gainDB += 0.5;
+  clip.audio.mut().gainDB += 0.5;
   return after;
 }
 

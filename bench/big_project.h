@@ -41,8 +41,8 @@ inline Project makeBigProject(int tracks = 20, int clips = 100) {
                                                             RGBA::black(), true, false, 12})
                               : ClipSource::media(media[static_cast<std::size_t>(c) % media.size()].id);
       Clip clip = Clip::make(std::move(source), "Clip " + std::to_string(c), c * 120, 100, 10, 3600);
-      clip.audio.volumeKeys.keys = {{0, -6}, {25, 0}, {75, 0}, {99, -12}};
-      clip.grade.master.points = {{0, 0}, {0.25, 0.3}, {0.75, 0.8}, {1, 1}};
+      clip.audio.mut().volumeKeys.keys = {{0, -6}, {25, 0}, {75, 0}, {99, -12}};
+      clip.grade.mut().master.points = {{0, 0}, {0.25, 0.3}, {0.75, 0.8}, {1, 1}};
       list.push_back(std::move(clip));
     }
     track.clips = SharedList<Clip>(std::move(list));

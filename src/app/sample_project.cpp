@@ -38,8 +38,8 @@ Project makeSampleProject() {
   {
     Track& v1 = main.video.mut(0);
     Clip opening = Clip::make(ClipSource::color({0.1, 0.12, 0.16, 1}), "Background", 0, 90);
-    opening.grade.exposure = 0.5;
-    opening.grade.master.points = {{0, 0}, {0.5, 0.6}, {1, 1}};
+    opening.grade.mut().exposure = 0.5;
+    opening.grade.mut().master.points = {{0, 0}, {0.5, 0.6}, {1, 1}};
     appendClip(v1, std::move(opening));
 
     Clip nested = Clip::make(ClipSource::nested(inner.id), inner.name, 90, 120, 0, 120);

@@ -167,7 +167,8 @@ json setKey(const Args& a, Session& s) {
   const double value = a.number("value");
   const char* name = param == "volume" ? "Volume Key" : "Pan Key";
   return s.editor->updateClip(id, name, false, true, [&](Clip& clip) {
-    (param == "volume" ? clip.audio.volumeKeys : clip.audio.panKeys).set(frame, value);
+    AudioFX& audio = clip.audio.mut();
+    (param == "volume" ? audio.volumeKeys : audio.panKeys).set(frame, value);
   });
 }
 

@@ -52,14 +52,14 @@ std::optional<SplitClip> split(const Clip& clip, std::int64_t at) {
   Clip& left = out.left;
   Clip& right = out.right;
   left.duration = leftLength;
-  left.audio.fadeOut = 0;
+  left.audio.mut().fadeOut = 0;
   right.id = Uuid::make();
   right.start = at;
   right.duration = length - leftLength;
   right.transitionIn.reset();
-  right.audio.fadeIn = 0;
-  right.audio.volumeKeys.shift(-leftLength);
-  right.audio.panKeys.shift(-leftLength);
+  right.audio.mut().fadeIn = 0;
+  right.audio.mut().volumeKeys.shift(-leftLength);
+  right.audio.mut().panKeys.shift(-leftLength);
 
   if (clip.speed.freeze) return out;
   if (clip.speed.rampTo) {
@@ -88,8 +88,8 @@ std::optional<Clip> movedHead(const Clip& clip, std::int64_t by) {
   out.start = clip.start + by;
   out.duration = clip.duration - by;
   if (out.duration < 1 || out.start < 0) return std::nullopt;
-  out.audio.volumeKeys.shift(-by);
-  out.audio.panKeys.shift(-by);
+  out.audio.mut().volumeKeys.shift(-by);
+  out.audio.mut().panKeys.shift(-by);
   if (clip.speed.freeze) return out;
 
   if (clip.speed.rampTo) {

@@ -7,6 +7,7 @@
 #include "model/audio_fx.h"
 #include "model/clip_source.h"
 #include "model/color_grade.h"
+#include "model/cow.h"
 #include "model/speed_settings.h"
 #include "model/transform.h"
 #include "model/transition.h"
@@ -28,9 +29,10 @@ struct Clip {
   std::optional<Uuid> linkID;               // clips sharing a link id are partners
   bool enabled = true;
   SpeedSettings speed;
-  Transform transform;
-  ColorGrade grade;
-  AudioFX audio;
+  // Larger settings are shared between copies until written (clip.grade.mut()).
+  Cow<Transform> transform;
+  Cow<ColorGrade> grade;
+  Cow<AudioFX> audio;
   std::optional<Transition> transitionIn;   // absent: a hard cut at the head
   std::int64_t label = 0;
 

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <variant>
 
+#include "model/cow.h"
 #include "model/rgba.h"
 #include "model/title_spec.h"
 #include "model/uuid.h"
@@ -17,7 +18,7 @@ class ClipSource {
 
   ClipSource() : value_(RGBA::black()) {}
   static ClipSource media(Uuid item) { return ClipSource(MediaRef{item}); }
-  static ClipSource title(TitleSpec spec) { return ClipSource(std::move(spec)); }
+  static ClipSource title(TitleSpec spec) { return ClipSource(Cow<TitleSpec>(std::move(spec))); }
   static ClipSource color(RGBA color) { return ClipSource(color); }
   static ClipSource nested(Uuid sequence) { return ClipSource(NestedRef{sequence}); }
 
@@ -30,8 +31,15 @@ class ClipSource {
     auto* ref = std::get_if<MediaRef>(&value_);
     return ref ? &ref->id : nullptr;
   }
-  const TitleSpec* titleSpec() const { return std::get_if<TitleSpec>(&value_); }
-  TitleSpec* titleSpec() { return std::get_if<TitleSpec>(&value_); }
+  const TitleSpec* titleSpec() const {
+    auto* title = std::get_if<Cow<TitleSpec>>(&value_);
+    return title ? &**title : nullptr;
+  }
+  // Writable title text and look (copied first if shared), or null.
+  TitleSpec* mutableTitleSpec() {
+    auto* title = std::get_if<Cow<TitleSpec>>(&value_);
+    return title ? &title->mut() : nullptr;
+  }
   const RGBA* color() const { return std::get_if<RGBA>(&value_); }
   const Uuid* nestedID() const {
     auto* ref = std::get_if<NestedRef>(&value_);
@@ -50,7 +58,7 @@ class ClipSource {
     friend bool operator==(const NestedRef&, const NestedRef&) = default;
   };
   // Alternative order matches Kind.
-  using Value = std::variant<MediaRef, TitleSpec, RGBA, NestedRef>;
+  using Value = std::variant<MediaRef, Cow<TitleSpec>, RGBA, NestedRef>;
 
   template <class V>
   explicit ClipSource(V value) : value_(std::move(value)) {}

@@ -17,19 +17,19 @@ Clip at(SpeedSettings speed, std::int64_t start, std::int64_t length, std::int64
 
 TEST(ClipPrimitives, SplitHandsKeysFadesAndTransitionOver) {
   Clip c = movieClip("A", 10, 100, 20);
-  c.audio = {.volumeKeys = {{{0, -6}, {80, 0}}}, .panKeys = {{{60, 1}}}, .fadeIn = 5, .fadeOut = 6};
+  c.audio = AudioFX{.volumeKeys = {{{0, -6}, {80, 0}}}, .panKeys = {{{60, 1}}}, .fadeIn = 5, .fadeOut = 6};
   c.transitionIn = Transition{};
   EXPECT_FALSE(split(c, 10) || split(c, 110));
   const auto [left, right] = *split(c, 60);
   Clip expectLeft = c, expectRight = c;
   expectLeft.duration = 50;
-  expectLeft.audio.fadeOut = 0;
+  expectLeft.audio.mut().fadeOut = 0;
   expectRight.id = right.id;
   expectRight.start = 60;
   expectRight.duration = 50;
   expectRight.sourceIn = 70;
   expectRight.transitionIn.reset();
-  expectRight.audio = {.volumeKeys = {{{-50, -6}, {30, 0}}}, .panKeys = {{{10, 1}}}, .fadeIn = 0, .fadeOut = 6};
+  expectRight.audio = AudioFX{.volumeKeys = {{{-50, -6}, {30, 0}}}, .panKeys = {{{10, 1}}}, .fadeIn = 0, .fadeOut = 6};
   EXPECT_EQ(left, expectLeft);
   EXPECT_EQ(right, expectRight);
   EXPECT_NE(right.id, c.id);

@@ -44,8 +44,8 @@ TEST(EditFunnel, AnEditThatChangesNothingIsInvisible) {
   Sample s;
   EditorRig rig(s.project);
   const auto generation = rig.editor->buildGeneration();
-  EXPECT_FALSE(rig.editor->updateClip(s.a, "Exposure", true, true, [](Clip& clip) { clip.grade.exposure = 0; }));
-  EXPECT_FALSE(rig.editor->updateClip(Uuid::make(), "Exposure", true, true, [](Clip& c) { c.grade.exposure = 1; }));
+  EXPECT_FALSE(rig.editor->updateClip(s.a, "Exposure", true, true, [](Clip& clip) { clip.grade.mut().exposure = 0; }));
+  EXPECT_FALSE(rig.editor->updateClip(Uuid::make(), "Exposure", true, true, [](Clip& c) { c.grade.mut().exposure = 1; }));
   EXPECT_FALSE(rig.editor->history().canUndo());
   EXPECT_FALSE(rig.editor->state().dirty);
   EXPECT_EQ(rig.editor->state().status, "Ready");
@@ -73,23 +73,23 @@ TEST(EditFunnel, CoalescesSameNamedEditsLessThanASecondApart) {
     EditorRig rig(s.project);
     for (std::size_t i = 0; i < c.names.size(); ++i) {
       if (i > 0) rig.scheduler->advance(c.gap);
-      rig.editor->updateClip(s.a, c.names[i], c.coalesce, true, [&](Clip& clip) { clip.grade.exposure += 0.1; });
+      rig.editor->updateClip(s.a, c.names[i], c.coalesce, true, [&](Clip& clip) { clip.grade.mut().exposure += 0.1; });
     }
     EXPECT_EQ(rig.editor->history().undoSteps().size(), c.steps);
     for (std::size_t i = 0; i < c.steps; ++i) rig.editor->undo();
-    EXPECT_EQ(clipA(*rig.editor).grade.exposure, 0);
+    EXPECT_EQ(clipA(*rig.editor).grade->exposure, 0);
   }
 }
 
 TEST(EditFunnel, AnEditRightAfterUndoStartsANewStepAndDropsRedo) {
   Sample s;
   EditorRig rig(s.project);
-  rig.editor->updateClip(s.a, "Exposure", true, true, [](Clip& clip) { clip.grade.exposure = 0.5; });
+  rig.editor->updateClip(s.a, "Exposure", true, true, [](Clip& clip) { clip.grade.mut().exposure = 0.5; });
   rig.editor->undo();
-  rig.editor->updateClip(s.a, "Exposure", true, true, [](Clip& clip) { clip.grade.exposure = 0.7; });
+  rig.editor->updateClip(s.a, "Exposure", true, true, [](Clip& clip) { clip.grade.mut().exposure = 0.7; });
   EXPECT_FALSE(rig.editor->history().canRedo());
   rig.editor->undo();
-  EXPECT_EQ(clipA(*rig.editor).grade.exposure, 0);
+  EXPECT_EQ(clipA(*rig.editor).grade->exposure, 0);
 }
 
 TEST(EditFunnel, UndoAndRedoRestoreStatesAndReportByName) {

@@ -12,10 +12,10 @@ TEST(Records, ANewClipIsNeutralInPictureAndSound) {
   const Clip clip = Clip::make(ClipSource::media(Uuid::make()), "clip", 0, 10);
   EXPECT_TRUE(clip.enabled);
   EXPECT_EQ(clip.speed, (SpeedSettings{1, false, false, std::nullopt}));
-  EXPECT_EQ(clip.transform.x, 0);
-  EXPECT_EQ(clip.transform.y, 0);
-  EXPECT_EQ(clip.transform.opacity, 1);
-  EXPECT_EQ(clip.transform.scale, 1);
+  EXPECT_EQ(clip.transform->x, 0);
+  EXPECT_EQ(clip.transform->y, 0);
+  EXPECT_EQ(clip.transform->opacity, 1);
+  EXPECT_EQ(clip.transform->scale, 1);
   EXPECT_FALSE(clip.transitionIn.has_value());  // a hard cut at the head
 
   const ColorGrade& g = clip.grade;
@@ -47,13 +47,13 @@ TEST(Records, ProjectsCompareFieldByField) {
   Project copy = original;
   EXPECT_EQ(copy, original);
 
-  copy.sequences.mut(0).audio.mut(0).clips.mut(0).audio.gainDB += 0.5;
+  copy.sequences.mut(0).audio.mut(0).clips.mut(0).audio.mut().gainDB += 0.5;
   EXPECT_NE(copy, original);
-  copy.sequences.mut(0).audio.mut(0).clips.mut(0).audio.gainDB -= 0.5;
+  copy.sequences.mut(0).audio.mut(0).clips.mut(0).audio.mut().gainDB -= 0.5;
   EXPECT_EQ(copy, original);  // equal again although no longer sharing that clip
 
   Project other = original;
-  other.sequences.mut(0).video.mut(1).clips.mut(0).source.titleSpec()->subtitle = "Changed";
+  other.sequences.mut(0).video.mut(1).clips.mut(0).source.mutableTitleSpec()->subtitle = "Changed";
   EXPECT_NE(other, original);
   Project moved = original;
   moved.sequences.mut(0).markers.mut(0).frame += 1;

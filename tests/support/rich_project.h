@@ -33,29 +33,29 @@ inline Project makeRichProject() {
   Clip a = Clip::make(ClipSource::media(movie.id), "clip", 10, 90, 5, 104);
   a.linkID = Uuid::make();
   a.speed = {1.5, true, false, 2.5};
-  a.transform = {12.5, -7, 1.25, 15, 0.75, 0.1, 0.2, 0.05, 0.15, FitMode::fill,
+  a.transform = Transform{12.5, -7, 1.25, 15, 0.75, 0.1, 0.2, 0.05, 0.15, FitMode::fill,
                  KenBurns{1, 1.3, 0, 0, 40, -20, true}, true};
-  a.grade.exposure = 0.7;
-  a.grade.contrast = 0.2;
-  a.grade.saturation = 1.3;
-  a.grade.temperature = -0.4;
-  a.grade.tint = 0.1;
-  a.grade.lift = {0.1, -0.2, 0.05};
-  a.grade.gamma = {-0.3, 0.1, -0.1};
-  a.grade.gain = {0.2, 0.2, 0.3};
-  a.grade.master.points = {{0, 0}, {0.5, 0.7}, {1, 1}};
-  a.grade.red.points = {{0, 0.1}, {1, 0.9}};
-  a.grade.lutPath = "/nowhere/look.cube";
-  a.grade.lutAmount = 0.6;
+  a.grade.mut().exposure = 0.7;
+  a.grade.mut().contrast = 0.2;
+  a.grade.mut().saturation = 1.3;
+  a.grade.mut().temperature = -0.4;
+  a.grade.mut().tint = 0.1;
+  a.grade.mut().lift = {0.1, -0.2, 0.05};
+  a.grade.mut().gamma = {-0.3, 0.1, -0.1};
+  a.grade.mut().gain = {0.2, 0.2, 0.3};
+  a.grade.mut().master.points = {{0, 0}, {0.5, 0.7}, {1, 1}};
+  a.grade.mut().red.points = {{0, 0.1}, {1, 0.9}};
+  a.grade.mut().lutPath = "/nowhere/look.cube";
+  a.grade.mut().lutAmount = 0.6;
   a.transitionIn = Transition{TransitionKind::dipToColor, 24, {1, 1, 1, 1}, Direction::up};
   a.label = 3;
 
   Clip b = Clip::make(ClipSource::nested(inner.id), "Inner", 100, 48, 0, 48);
   b.enabled = false;
   b.speed.freeze = true;
-  b.transform.fit = FitMode::stretch;
+  b.transform.mut().fit = FitMode::stretch;
   b.transitionIn = Transition{TransitionKind::wipe, 10, RGBA::black(), Direction::right};
-  b.grade.enabled = false;
+  b.grade.mut().enabled = false;
 
   TitleSpec lower{TitleStyle::lowerThird, "Name", "Role", "DejaVu Serif", 70, {1, 0.9, 0.8, 1}, {0, 0, 0, 0.6},
                   true, true, 15};
@@ -77,21 +77,21 @@ inline Project makeRichProject() {
   Clip sound = Clip::make(ClipSource::media(movie.id), "clip", 10, 90, 5, 104);
   sound.linkID = a.linkID;
   sound.speed = a.speed;
-  sound.audio.gainDB = -6;
-  sound.audio.pan = 0.25;
-  sound.audio.volumeKeys.keys = {{0, 0}, {30, -12.5}, {89, 3}};
-  sound.audio.panKeys.keys = {{5, -1}, {50, 1}};
-  sound.audio.fadeIn = 6;
-  sound.audio.fadeOut = 9;
-  sound.audio.eqOn = true;
-  sound.audio.eq = {1, -2, 3, -4, 5, -6, 7, -8, 9, -10};
-  sound.audio.gateOn = true;
-  sound.audio.gateThresholdDB = -50;
-  sound.audio.compOn = true;
-  sound.audio.compThresholdDB = -20;
-  sound.audio.compRatio = 3;
-  sound.audio.compMakeupDB = 2;
-  sound.audio.muted = true;
+  sound.audio.mut().gainDB = -6;
+  sound.audio.mut().pan = 0.25;
+  sound.audio.mut().volumeKeys.keys = {{0, 0}, {30, -12.5}, {89, 3}};
+  sound.audio.mut().panKeys.keys = {{5, -1}, {50, 1}};
+  sound.audio.mut().fadeIn = 6;
+  sound.audio.mut().fadeOut = 9;
+  sound.audio.mut().eqOn = true;
+  sound.audio.mut().eq = {1, -2, 3, -4, 5, -6, 7, -8, 9, -10};
+  sound.audio.mut().gateOn = true;
+  sound.audio.mut().gateThresholdDB = -50;
+  sound.audio.mut().compOn = true;
+  sound.audio.mut().compThresholdDB = -20;
+  sound.audio.mut().compRatio = 3;
+  sound.audio.mut().compMakeupDB = 2;
+  sound.audio.mut().muted = true;
   Clip music = Clip::make(ClipSource::media(song.id), "song", 0, 1800, 30, 1837);
 
   seq.video.mut(0).clips = {a, b};
