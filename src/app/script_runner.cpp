@@ -11,6 +11,7 @@
 #include "edit/editor_model.h"
 #include "edit/linking.h"
 #include "edit/sequence_queries.h"
+#include "edit/snapping.h"
 #include "edit/speed_change.h"
 #include "edit/trim_tools.h"
 #include "model/json_writer.h"
@@ -263,13 +264,25 @@ const std::vector<Op>& operations() {
          s.editor->beginDrag();
          return nullptr;
        }},
-      {"dragRippleTrim", "clip, edge, by, [linked] (from the state at beginDrag)", [](const Args& a, Session& s) -> json {
+      {"drag", "tool (rippleTrim|roll|slip|slide|trim), clip, [edge], by, [linked]: a preview from beginDrag",
+       [](const Args& a, Session& s) -> json {
+         const std::string tool = a.text("tool");
          const Uuid id = a.clip();
-         const TrimEdge edge = a.edge();
          const std::int64_t by = a.integer("by");
          const bool linked = a.linked();
+         const bool needsEdge = tool == "rippleTrim" || tool == "trim";
+         const TrimEdge edge = needsEdge ? a.edge() : TrimEdge::tail;
+         if (!needsEdge && tool != "roll" && tool != "slip" && tool != "slide")
+           throw ScriptError("“tool” must be rippleTrim, roll, slip, slide or trim, not " + curlyQuoted(tool) + ".");
+         if (!s.editor->dragging()) throw ScriptError("There is no drag; send beginDrag first.");
          std::int64_t applied = 0;
-         s.editor->previewDrag([&](BrevSequence& seq) { applied = rippleTrim(seq, id, edge, by, linked); });
+         s.editor->previewDrag([&](BrevSequence& seq) {
+           if (tool == "rippleTrim") applied = rippleTrim(seq, id, edge, by, linked);
+           else if (tool == "trim") applied = trim(seq, id, edge, by, linked);
+           else if (tool == "roll") applied = roll(seq, id, by, linked);
+           else if (tool == "slip") applied = slip(seq, id, by, linked);
+           else applied = slide(seq, id, by, linked);
+         });
          return applied;
        }},
       {"endDrag", "name", [](const Args& a, Session& s) -> json { return s.editor->endDrag(a.text("name")); }},
@@ -304,6 +317,24 @@ const std::vector<Op>& operations() {
       {"setSnapping", "on", [](const Args& a, Session& s) -> json {
          s.editor->setSnapping(a.flag("on", true));
          return nullptr;
+       }},
+      {"clip", "clip: the clip as stored in the project file", [](const Args& a, Session& s) -> json {
+         JsonWriter writer;
+         coding::write(writer, *brevelan::clip(*s.editor->activeSequence(), a.clip()));
+         return json::parse(writer.take());
+       }},
+      {"partners", "clip: the names of its linked partners", [](const Args& a, Session& s) -> json {
+         json names = json::array();
+         for (const Clip& partner : partners(*s.editor->activeSequence(), a.clip())) names.push_back(partner.name);
+         return names;
+       }},
+      {"editPoints", "", [](const Args&, Session& s) -> json { return editPoints(*s.editor->activeSequence()); }},
+      {"snap", "frame, within, [exclude (clips)]: the nearest snap point or null", [](const Args& a, Session& s) -> json {
+         const BrevSequence& seq = *s.editor->activeSequence();
+         const std::vector<Uuid> excluded = a.has("exclude") ? a.clips("exclude") : std::vector<Uuid>{};
+         auto snapped = snap(a.integer("frame"), snapPoints(seq, excluded, s.editor->state().playhead),
+                             a.integer("within"));
+         return snapped ? json(*snapped) : json(nullptr);
        }},
       {"wait", "seconds (advances the script's clock)", [](const Args& a, Session& s) -> json {
          const double seconds = a.number("seconds");
