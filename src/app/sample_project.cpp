@@ -4,11 +4,11 @@ namespace brevelan {
 namespace {
 
 TitleSpec title(TitleStyle style, std::string text, std::string subtitle = {}) {
-  TitleSpec spec;
-  spec.style = style;
-  spec.text = std::move(text);
-  spec.subtitle = std::move(subtitle);
-  return spec;
+  TitleSpec look;
+  look.style = style;
+  look.text = std::move(text);
+  look.subtitle = std::move(subtitle);
+  return look;
 }
 
 void appendClip(Track& track, Clip clip) {

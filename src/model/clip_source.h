@@ -18,7 +18,7 @@ class ClipSource {
 
   ClipSource() : value_(RGBA::black()) {}
   static ClipSource media(Uuid item) { return ClipSource(MediaRef{item}); }
-  static ClipSource title(TitleSpec spec) { return ClipSource(Cow<TitleSpec>(std::move(spec))); }
+  static ClipSource title(TitleSpec look) { return ClipSource(Cow<TitleSpec>(std::move(look))); }
   static ClipSource color(RGBA color) { return ClipSource(color); }
   static ClipSource nested(Uuid sequence) { return ClipSource(NestedRef{sequence}); }
 
