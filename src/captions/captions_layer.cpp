@@ -1,0 +1,1 @@
+// The captions layer starts here.

@@ -1,0 +1,1 @@
+// The media layer starts here.
