@@ -7,8 +7,11 @@
 #include <ostream>
 #include <string_view>
 
+#include "app/media_commands.h"
 #include "app/project_summary.h"
-#include "app/sample_project.h"
+#include "app/safekeeping_commands.h"
+#include "app/srt_command.h"
+#include "media/media_probe.h"
 #include "app/script_runner.h"
 #include "model/project_file.h"
 
@@ -46,18 +49,6 @@ struct Command {
   std::function<int(const Args&, const Context&)> run;
 };
 
-int runDemo(const Args& args, const Context& ctx) {
-  const fs::path folder = args[0];
-  std::error_code ec;
-  fs::create_directories(folder, ec);
-  if (ec) return ctx.fail("could not make the folder " + curlyQuoted(folder.string()) + ": " + ec.message() + ".");
-  const fs::path file = folder / "Sample.brevelan";
-  auto saved = ProjectFile::save(makeSampleProject(), file);
-  if (!saved) return ctx.fail(saved.error().message);
-  ctx.out << "Wrote " << file.string() << "\n";
-  return 0;
-}
-
 int runInfo(const Args& args, const Context& ctx) {
   auto project = ProjectFile::load(args[0]);
   if (!project) return ctx.fail(project.error().message);
@@ -82,8 +73,19 @@ int runScriptCommand(const Args& args, const Context& ctx) {
 
 const std::vector<Command>& commands() {
   static const std::vector<Command> table{
-      {"demo", "demo DIR", "write the sample project into DIR", 1, 1, runDemo},
+      {"demo", "demo DIR", "write synthetic media and the sample project into DIR", 1, 1,
+       [](const Args& a, const Context& c) { return runDemoCommand(a, c.out, c.err); }},
+      {"probe", "probe FILE…", "print each file's media item as JSON, or why it cannot be used", 1, 1000,
+       [](const Args& a, const Context& c) { return runProbeCommand(a, c.out, c.err); }},
       {"info", "info PROJECT", "describe a .brevelan project: sequences, lengths, media", 1, 1, runInfo},
+      {"srt", "srt check|import|export …", "check, import or export SubRip captions (srt alone for usage)", 1, 5,
+       [](const Args& a, const Context& c) { return runSrtCommand(a, c.out, c.err); }},
+      {"recover", "recover --list | ID -o OUT", "list recovery copies of unsaved work, or write one out", 1, 3,
+       [](const Args& a, const Context& c) { return runRecoverCommand(a, c.out, c.err); }},
+      {"archive", "archive PROJECT PARENT-DIR", "copy the project with all its media and LUTs into one folder", 2, 2,
+       [](const Args& a, const Context& c) { return runArchiveCommand(a, c.out, c.err); }},
+      {"relink", "relink PROJECT DIR [--save OUT]", "find missing media in DIR and its subfolders", 2, 4,
+       [](const Args& a, const Context& c) { return runRelinkCommand(a, MediaProbe(), c.out, c.err); }},
       {"script", "script PROJECT [--save OUT]", "apply JSON-lines edit commands from stdin (script --help)", 1, 3,
        runScriptCommand},
   };
@@ -94,9 +96,13 @@ void printHelp(std::ostream& out) {
   out << "Vael Brevelan " << BREVELAN_VERSION << " — a non-linear video editor\n\n"
       << "Usage: brevelan [COMMAND] [ARGUMENTS]\n\n"
       << "Without a command the editor opens. Commands run without a display:\n";
-  for (const Command& command : commands())
-    out << "  brevelan " << command.usage << std::string(30 - std::min<std::size_t>(command.usage.size(), 28), ' ')
+  for (const Command& command : commands()) {
+    // Pad by characters, not bytes: usages hold "…".
+    const auto width = std::count_if(command.usage.begin(), command.usage.end(),
+                                      [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
+    out << "  brevelan " << command.usage << std::string(static_cast<std::size_t>(std::max<long>(34 - width, 1)), ' ')
         << command.summary << "\n";
+  }
   out << "\n  brevelan --help      show this text\n  brevelan --version   show the version\n";
 }
 

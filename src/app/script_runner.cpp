@@ -1,5 +1,6 @@
 #include "app/script_runner.h"
 
+#include <algorithm>
 #include <functional>
 #include <istream>
 #include <ostream>
@@ -9,10 +10,9 @@
 #include <nlohmann/json.hpp>
 
 #include "edit/editor_model.h"
-#include "edit/linking.h"
+#include "edit/placement_edits.h"
 #include "edit/sequence_queries.h"
 #include "edit/snapping.h"
-#include "edit/speed_change.h"
 #include "edit/trim_tools.h"
 #include "model/json_writer.h"
 #include "model/project_coding.h"
@@ -23,9 +23,12 @@ namespace {
 
 using nlohmann::json;
 
-// A refused command; the text is the one-line error printed for it.
+// A refused command; the text is the one-line error printed for it. A
+// refusal the editor raised as an alert also carries the alert's title.
 struct ScriptError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  explicit ScriptError(const std::string& message, std::string alertTitle = {})
+      : std::runtime_error(message), alert(std::move(alertTitle)) {}
+  std::string alert;
 };
 
 // The arguments of one command, checked as they are read.
@@ -64,6 +67,35 @@ class Args {
     return v.get<std::string>();
   }
   bool linked() const { return flag("linked", editor_.state().linkedSelection); }
+  // A frame that may be left out or null.
+  std::optional<std::int64_t> optionalFrame(const char* key) const {
+    if (!has(key) || raw(key).is_null()) return std::nullopt;
+    return integer(key);
+  }
+
+  // A media item of the project named by its UUID text or its name.
+  Uuid media(const char* key = "media") const {
+    const std::string name = text(key);
+    const auto id = Uuid::parse(name);
+    for (const MediaItem& item : editor_.project().media)
+      if ((id && item.id == *id) || item.name == name) return item.id;
+    throw ScriptError("There is no media item " + curlyQuoted(name) + " in the project.");
+  }
+  // A sequence of the project named by its UUID text or its name.
+  Uuid sequence(const char* key = "sequence") const {
+    const std::string name = text(key);
+    const auto id = Uuid::parse(name);
+    for (const BrevSequence& seq : editor_.project().sequences)
+      if ((id && seq.id == *id) || seq.name == name) return seq.id;
+    throw ScriptError("There is no sequence " + curlyQuoted(name) + " in the project.");
+  }
+  template <class E>
+  E choice(const char* key, E fallback) const {
+    if (!has(key)) return fallback;
+    const std::string name = text(key);
+    if (const auto value = fromText<E>(name)) return *value;
+    throw ScriptError(curlyQuoted(name) + " is not a " + std::string(EnumTexts<E>::noun) + ".");
+  }
 
   TrimEdge edge() const {
     const std::string name = text("edge");
@@ -127,6 +159,71 @@ Result sequenceEdit(Session& s, const char* name, Operation operation) {
   return result;
 }
 
+// Runs an editor command and returns whether the project changed. An alert
+// the command raises is its refusal: it becomes the error, and is dismissed.
+json command(Session& s, const std::function<bool()>& run) {
+  const std::optional<AlertInfo> before = s.editor->state().alert;
+  const bool changed = run();
+  const std::optional<AlertInfo> after = s.editor->state().alert;
+  if (after && after != before) {
+    s.editor->setAlert(std::nullopt);
+    throw ScriptError(after->message, after->title);
+  }
+  return changed;
+}
+
+// The selection becomes exactly these clips (no partners added).
+void selectExactly(Session& s, const std::vector<Uuid>& ids) { s.editor->setSelection({ids.begin(), ids.end()}); }
+
+// The selection becomes these clips, with partners when linked selection is on.
+void selectLinked(Session& s, const std::vector<Uuid>& ids) {
+  s.editor->clearSelection();
+  for (const Uuid& id : ids) s.editor->select(id, true);
+}
+
+json deleteClips(const Args& a, Session& s, bool ripple) {
+  if (!a.has("clips")) return ripple ? s.editor->extractMarkedRange() : s.editor->liftMarkedRange();
+  const auto ids = a.clips();
+  selectExactly(s, ids);
+  return s.editor->deleteSelection(ripple);
+}
+
+json pasteAttributesCommand(const Args& a, Session& s) {
+  if (a.has("from")) {
+    selectExactly(s, {a.clip("from")});
+    s.editor->copySelection();
+  }
+  if (a.has("what")) {
+    const std::int64_t what = a.integer("what");
+    if (what < 0 || what > PasteGroups::all) throw ScriptError("“what” must be a sum of 1, 2, 4, 8 and 16.");
+    s.editor->setPasteWhat(static_cast<std::uint32_t>(what));
+  }
+  if (a.has("to")) selectExactly(s, a.clips("to"));
+  return command(s, [&] { return s.editor->pasteAttributes(); });
+}
+
+json addTransitionCommand(const Args& a, Session& s) {
+  const Uuid id = a.clip();
+  Transition transition;
+  transition.kind = a.choice("kind", TransitionKind::crossfade);
+  transition.direction = a.choice("direction", Direction::left);
+  if (a.has("duration")) transition.duration = a.integer("duration");
+  if (transition.duration < 1) throw ScriptError("“duration” must be at least 1 frame.");
+  return s.editor->addTransition(id, transition);
+}
+
+json addColorClipCommand(const Args& a, Session& s) {
+  RGBA color = RGBA::black();
+  if (a.has("color")) {
+    const json& v = a.raw("color");
+    if (!v.is_array() || v.size() < 3 || v.size() > 4 ||
+        !std::all_of(v.begin(), v.end(), [](const json& c) { return c.is_number(); }))
+      throw ScriptError("“color” must be a list of three or four numbers from 0 to 1.");
+    color = {v[0].get<double>(), v[1].get<double>(), v[2].get<double>(), v.size() == 4 ? v[3].get<double>() : 1.0};
+  }
+  return s.editor->addColorClip(color);
+}
+
 json setClipField(const Args& a, Session& s) {
   const Uuid id = a.clip();
   const std::string path = a.text("path");
@@ -166,11 +263,7 @@ json setKey(const Args& a, Session& s) {
     throw ScriptError("“param” must be \"volume\" or \"pan\", not " + curlyQuoted(param) + ".");
   const std::int64_t frame = a.integer("frame");
   const double value = a.number("value");
-  const char* name = param == "volume" ? "Volume Key" : "Pan Key";
-  return s.editor->updateClip(id, name, false, true, [&](Clip& clip) {
-    AudioFX& audio = clip.audio.mut();
-    (param == "volume" ? audio.volumeKeys : audio.panKeys).set(frame, value);
-  });
+  return param == "volume" ? s.editor->addVolumeKey(id, frame, value) : s.editor->addPanKey(id, frame, value);
 }
 
 json setSpeedCommand(const Args& a, Session& s) {
@@ -186,7 +279,8 @@ json setSpeedCommand(const Args& a, Session& s) {
   }
   if (speed.rate < 0.25 || speed.rate > 4 || (speed.rampTo && (*speed.rampTo < 0.25 || *speed.rampTo > 4)))
     throw ScriptError("A speed must lie between 0.25 and 4.");
-  return sequenceEdit<bool>(s, "Speed", [&](BrevSequence& seq) { return setSpeed(seq, id, speed); });
+  selectExactly(s, {id});
+  return s.editor->setSpeed(speed.rate, speed.reverse, speed.freeze, speed.rampTo);
 }
 
 const std::vector<Op>& operations() {
@@ -238,12 +332,89 @@ const std::vector<Op>& operations() {
        }},
       {"setSpeed", "clip, [rate], [rampTo (null clears)], [reverse], [freeze]", setSpeedCommand},
       {"link", "clips", [](const Args& a, Session& s) -> json {
-         const auto ids = a.clips();
-         return s.editor->editSeq("Link", false, true, [&](BrevSequence& seq) { link(seq, ids); });
+         selectExactly(s, a.clips());
+         return s.editor->linkSelection();
        }},
       {"unlink", "clips", [](const Args& a, Session& s) -> json {
+         selectExactly(s, a.clips());
+         return s.editor->unlinkSelection();
+       }},
+      {"setSourceMarks", "media, [in], [out]: loads the Source viewer", [](const Args& a, Session& s) -> json {
+         const Uuid media = a.media();
+         const auto in = a.optionalFrame("in");
+         const auto out = a.optionalFrame("out");
+         s.editor->setSourceMediaID(media);
+         s.editor->setSourceIn(in);
+         s.editor->setSourceOut(out);
+         return nullptr;
+       }},
+      {"setTargets", "[video], [audio]: target track indexes (0 is V1, A1)", [](const Args& a, Session& s) -> json {
+         if (a.has("video")) s.editor->setTargetVideo(a.integer("video"));
+         if (a.has("audio")) s.editor->setTargetAudio(a.integer("audio"));
+         return nullptr;
+       }},
+      {"insertEdit", "", [](const Args&, Session& s) -> json { return command(s, [&] { return s.editor->insertEdit(); }); }},
+      {"overwriteEdit", "",
+       [](const Args&, Session& s) -> json { return command(s, [&] { return s.editor->overwriteEdit(); }); }},
+      {"appendEdit", "", [](const Args&, Session& s) -> json { return command(s, [&] { return s.editor->appendEdit(); }); }},
+      {"lift", "[clips]: the clips, or without them the marked range",
+       [](const Args& a, Session& s) -> json { return deleteClips(a, s, false); }},
+      {"rippleDelete", "[clips]: the clips, or without them the marked range",
+       [](const Args& a, Session& s) -> json { return deleteClips(a, s, true); }},
+      {"extract", "the marked range", [](const Args&, Session& s) -> json { return s.editor->extractMarkedRange(); }},
+      {"closeGap", "[at]: moves the playhead there first", [](const Args& a, Session& s) -> json {
+         if (a.has("at")) s.editor->setPlayhead(a.integer("at"));
+         return s.editor->closeGapAtPlayhead();
+       }},
+      {"move", "clips, by, [trackOffset], [linked]", [](const Args& a, Session& s) -> json {
          const auto ids = a.clips();
-         return s.editor->editSeq("Unlink", false, true, [&](BrevSequence& seq) { unlink(seq, ids); });
+         const std::int64_t by = a.integer("by");
+         const std::int64_t offset = a.has("trackOffset") ? a.integer("trackOffset") : 0;
+         const bool linked = a.linked();
+         return sequenceEdit<bool>(s, "Move", [&](BrevSequence& seq) { return move(seq, ids, by, offset, linked); });
+       }},
+      {"splitEdit", "clip, [jCut], [frames]", [](const Args& a, Session& s) -> json {
+         const Uuid id = a.clip();
+         const bool jCut = a.flag("jCut", true);
+         const std::int64_t frames = a.has("frames") ? a.integer("frames") : kSplitEditFrames;
+         selectExactly(s, {id});
+         return command(s, [&] { return s.editor->splitEdit(jCut, frames); });
+       }},
+      {"nest", "clips: the new sequence's name, or false", [](const Args& a, Session& s) -> json {
+         selectLinked(s, a.clips());
+         if (!s.editor->nestSelection()) return false;
+         return s.editor->project().sequences.back().name;
+       }},
+      {"nestIn", "sequence, [at]", [](const Args& a, Session& s) -> json {
+         const Uuid id = a.sequence();
+         if (a.has("at")) s.editor->setPlayhead(a.integer("at"));
+         return command(s, [&] { return s.editor->nestIn(id); });
+       }},
+      {"pasteAttributes", "[from], [to (clips)], [what (1 place, 2 grade, 4 sound, 8 speed, 16 transition)]",
+       pasteAttributesCommand},
+      {"addTransition", "clip, [kind], [duration], [direction]", addTransitionCommand},
+      {"addMarker", "[frame], [name]", [](const Args& a, Session& s) -> json {
+         const std::int64_t frame = a.has("frame") ? a.integer("frame") : s.editor->state().playhead;
+         return s.editor->addMarker(frame, a.has("name") ? a.text("name") : std::string());
+       }},
+      {"addTrack", "kind (video|audio)", [](const Args& a, Session& s) -> json {
+         const auto kind = fromText<TrackKind>(a.text("kind"));
+         if (!kind) throw ScriptError("“kind” must be \"video\" or \"audio\".");
+         return s.editor->addTrack(*kind);
+       }},
+      {"addColorClip", "[color ([r, g, b, a])]", addColorClipCommand},
+      {"addTitle", "[style]", [](const Args& a, Session& s) -> json {
+         return s.editor->addTitle(a.choice("style", TitleStyle::lowerThird));
+       }},
+      {"bladeAtPlayhead", "", [](const Args&, Session& s) -> json { return s.editor->bladeAtPlayhead(); }},
+      {"bladeAtMarkers", "", [](const Args&, Session& s) -> json { return s.editor->bladeAtMarkers(); }},
+      {"delete", "[ripple]: the selection, or the marked range", [](const Args& a, Session& s) -> json {
+         return s.editor->deleteSelection(a.flag("ripple", false));
+       }},
+      {"freezeFrame", "", [](const Args&, Session& s) -> json { return s.editor->freezeFrame(); }},
+      {"gotoEdit", "[forward]", [](const Args& a, Session& s) -> json {
+         s.editor->gotoEdit(a.flag("forward", true));
+         return s.editor->state().playhead;
        }},
       {"setKey", "clip, param (volume|pan), frame, value", setKey},
       {"set", "clip, path (e.g. grade.exposure), value, [name], [coalesce]", setClipField},
@@ -298,13 +469,15 @@ const std::vector<Op>& operations() {
          s.editor->step(a.integer("frames"));
          return s.editor->state().playhead;
        }},
-      {"markIn", "", [](const Args&, Session& s) -> json {
-         s.editor->markInPoint();
-         return nullptr;
+      {"markIn", "[frame]: else at the playhead", [](const Args& a, Session& s) -> json {
+         if (a.has("frame")) s.editor->setMarkIn(a.integer("frame"));
+         else s.editor->markInPoint();
+         return s.editor->state().markIn ? json(*s.editor->state().markIn) : json(nullptr);
        }},
-      {"markOut", "", [](const Args&, Session& s) -> json {
-         s.editor->markOutPoint();
-         return nullptr;
+      {"markOut", "[frame]: else at the playhead", [](const Args& a, Session& s) -> json {
+         if (a.has("frame")) s.editor->setMarkOut(a.integer("frame"));
+         else s.editor->markOutPoint();
+         return s.editor->state().markOut ? json(*s.editor->state().markOut) : json(nullptr);
        }},
       {"clearMarks", "", [](const Args&, Session& s) -> json {
          s.editor->clearMarks();
@@ -403,6 +576,7 @@ int runScript(const std::filesystem::path& project, const std::optional<std::fil
     } catch (const ScriptError& error) {
       reply.erase("result");
       reply["error"] = error.what();
+      if (!error.alert.empty()) reply["alert"] = error.alert;
       if (!reply.contains("op")) reply["op"] = nullptr;
       anyError = true;
     }

@@ -5,7 +5,7 @@
 #include <map>
 #include <utility>
 
-#include "edit/trim_tools.h"
+#include "edit/placement_edits.h"
 
 namespace brevelan {
 
@@ -36,31 +36,13 @@ std::vector<ClipboardEntry> withFreshIdentities(std::vector<ClipboardEntry> entr
   return entries;
 }
 
-namespace {
-
-// Empties frames a..b of one track: the clips crossing either end are bladed
-// there (right-hand pieces leave their link groups), what lies inside goes.
-void clearRange(BrevSequence& sequence, TrackRef ref, std::int64_t a, std::int64_t b) {
-  blade(sequence, a, {ref});
-  blade(sequence, b, {ref});
-  sequence.tracks(ref.kind).mut(static_cast<std::size_t>(ref.index)).clips.removeIf([&](const Clip& clip) {
-    return clip.start >= a && clip.end() <= b;
-  });
-}
-
-}  // namespace
-
 void placeOverwriting(BrevSequence& sequence, const std::vector<ClipboardEntry>& entries, std::int64_t at) {
+  std::vector<Placement> items;
   for (const ClipboardEntry& entry : entries) {
-    SharedList<Track>& tracks = sequence.tracks(entry.track.kind);
-    if (entry.track.index < 0 || static_cast<std::size_t>(entry.track.index) >= tracks.size()) continue;
-    Clip clip = entry.clip;
-    clip.start = at + entry.clip.start;
-    clearRange(sequence, entry.track, clip.start, clip.end());
-    Track& track = tracks.mut(static_cast<std::size_t>(entry.track.index));
-    track.clips.push_back(std::move(clip));
-    track.clips.sortBy([](const Clip& x, const Clip& y) { return x.start < y.start; });
+    items.push_back({entry.track, entry.clip});
+    items.back().clip.start += at;
   }
+  overwriteAtStarts(sequence, std::move(items));
 }
 
 }  // namespace brevelan

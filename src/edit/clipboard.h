@@ -30,7 +30,7 @@ std::vector<ClipboardEntry> withFreshIdentities(std::vector<ClipboardEntry> entr
 
 // Places each entry at `at` plus its relative start on the track of the same
 // kind and index, replacing what lies there; nothing else moves. Entries whose
-// track does not exist are left out.
+// track does not exist or is locked are left out.
 void placeOverwriting(BrevSequence& sequence, const std::vector<ClipboardEntry>& entries, std::int64_t at);
 
 }  // namespace brevelan

@@ -185,14 +185,17 @@ bool EditorModel::restore(bool undoing) {
   assign(state_.dirty, true, Field::dirty);
   setStatus((undoing ? "Undo " : "Redo ") + step->name);
 
+  pruneSelection();
+  scheduleRebuild(kRebuildDelay);
+  return true;
+}
+
+void EditorModel::pruneSelection() {
   const std::unordered_set<Uuid> existing = clipIDs(state_.project);
   std::set<Uuid> kept;
   for (const Uuid& id : state_.selection)
     if (existing.contains(id)) kept.insert(id);
   setSelection(std::move(kept));
-
-  scheduleRebuild(kRebuildDelay);
-  return true;
 }
 
 void EditorModel::scheduleRebuild(double delaySeconds) {

@@ -16,6 +16,8 @@
 #include "edit/editor_services.h"
 #include "edit/editor_state.h"
 #include "edit/history.h"
+#include "edit/split_edit.h"
+#include "edit/three_point.h"
 #include "model/expected.h"
 #include "model/file_error.h"
 #include "model/project.h"
@@ -127,6 +129,51 @@ class EditorModel {
   void markOutPoint();
   void clearMarks();
 
+  // Commands that change the document. Each builds its change with the
+  // sequence operations and applies it through the funnel under the edit's
+  // name (in quotes), and returns whether the project changed. A refusal the
+  // user has to hear about raises `alert` instead and changes nothing.
+  // New clips go on the target tracks at the playhead, overwriting.
+  bool addColorClip(RGBA color);                      // "Add Color", 5 seconds
+  bool addTitle(TitleStyle style);                    // "Add Title", 5 seconds
+  bool addMarker(std::int64_t frame, std::string name);  // "Add Marker"
+  bool addTrack(TrackKind kind);                      // "Add Track", named V3, A3, …
+  // On the cut at the clip's head; false without a clip touching it on the left.
+  bool addTransition(const Uuid& clip, Transition transition);  // "Add Transition"
+  bool addVolumeKey(const Uuid& clip, std::int64_t frame, double dB);  // "Volume Key"
+  bool addPanKey(const Uuid& clip, std::int64_t frame, double pan);    // "Pan Key"
+  bool bladeAtPlayhead();     // "Blade": every unlocked track
+  bool bladeAtMarkers();      // "Blade": every unlocked track at every marker
+  bool closeGapAtPlayhead();  // "Close Gap": each unlocked track on its own
+  // The selected clips ("Delete" / "Ripple Delete"), or with nothing selected
+  // the marked range ("Lift" / "Extract").
+  bool deleteSelection(bool ripple);
+  bool liftMarkedRange();     // "Lift": In..Out on every unlocked track, gaps stay
+  bool extractMarkedRange();  // "Extract": In..Out out of every unlocked track
+  // Inserts a 2-second still of the picture under the playhead, on its track.
+  bool freezeFrame();         // "Freeze Frame"
+  bool linkSelection();       // "Link"
+  bool unlinkSelection();     // "Unlink"
+  // New speed settings for the selected clip and its partners.
+  bool setSpeed(double rate, bool reverse, bool freeze, std::optional<double> rampTo);  // "Speed"
+  // The source edit the marks describe; raises "Nothing to edit in" when the
+  // Source viewer is empty.
+  std::optional<SourceEdit> threePointClips();
+  // Source edits; afterwards the playhead sits at the end of the new clips.
+  bool insertEdit();     // "Insert", key ","
+  bool overwriteEdit();  // "Overwrite", key "."
+  bool appendEdit();     // "Append", key "E": after the target tracks' last clip
+  bool nestSelection();  // "Nest Clips"
+  // A sequence of the project as a nested clip; "Can't nest" when it holds
+  // the open sequence.
+  bool nestIn(const Uuid& sequence);  // "Nested Clip"
+  // The copied clip's chosen groups (pasteWhat) onto the selected clips.
+  bool pasteAttributes();  // "Paste Attributes"
+  // A J- or L-cut at the head of the selected picture clip.
+  bool splitEdit(bool jCut, std::int64_t frames = kSplitEditFrames);  // "J-Cut" / "L-Cut"
+  // Moves the playhead to the next (or previous) clip edge or marker.
+  void gotoEdit(bool forward);
+
   // Files. Failures are also raised as `alert` with the fixed title.
   Expected<void, FileError> open(const std::filesystem::path& file);
   // Writes to the file location, asking for one first when there is none.
@@ -177,6 +224,16 @@ class EditorModel {
   struct PendingRebuild;
 
   static Clip* mutableClip(BrevSequence& sequence, const Uuid& id);
+
+  bool refuse(std::string title, std::string message);
+  // Places new clips with a source edit, then puts the playhead after them.
+  bool sourceEdit(std::string_view name, bool inserting, bool appending);
+  bool placeAtPlayhead(std::string_view name, Clip clip);
+  bool addKey(const Uuid& clip, std::string_view name, bool volume, std::int64_t frame, double value);
+  // The selected clips in track order (video tracks first).
+  std::vector<Uuid> selectedClips() const;
+  // Drops clips from the selection that the last edit removed.
+  void pruneSelection();
 
   bool commit(std::string_view name, bool coalesce, bool rebuild, Project working);
   void showPreview(Project preview);

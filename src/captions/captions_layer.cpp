@@ -1,1 +1,0 @@
-// The captions layer starts here.

@@ -1,1 +1,0 @@
-// The media layer starts here.
