@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "model/app_folders.h"
+
 namespace brevelan::derived {
 namespace {
 
@@ -15,15 +17,8 @@ std::filesystem::path derivedName(const MediaItem& item, const std::string& endi
 
 }  // namespace
 
-std::filesystem::path dataHome() {
-  const char* xdg = std::getenv("XDG_DATA_HOME");
-  if (xdg && *xdg) return std::filesystem::path(xdg) / "vael-brevelan";
-  const char* home = std::getenv("HOME");
-  return std::filesystem::path(home && *home ? home : "/tmp") / ".local" / "share" / "vael-brevelan";
-}
-
-std::filesystem::path proxiesFolder() { return dataHome() / "Proxies"; }
-std::filesystem::path reversedFolder() { return dataHome() / "Reversed"; }
+std::filesystem::path proxiesFolder() { return AppFolders::support() / "Proxies"; }
+std::filesystem::path reversedFolder() { return AppFolders::support() / "Reversed"; }
 
 std::filesystem::path proxyPath(const MediaItem& item) { return proxiesFolder() / derivedName(item, "-proxy.mov"); }
 std::filesystem::path reversedPath(const MediaItem& item) { return reversedFolder() / derivedName(item, "-reversed.mov"); }

@@ -13,7 +13,6 @@ namespace brevelan {
 // item's id, so two sources of the same name never share a copy.
 namespace derived {
 
-std::filesystem::path dataHome();
 std::filesystem::path proxiesFolder();
 std::filesystem::path reversedFolder();
 
