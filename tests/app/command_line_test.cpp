@@ -38,18 +38,14 @@ TEST(CommandLine, HelpVersionAndUnknownCommands) {
 }
 
 // (`demo` itself is covered with the media commands.)
-TEST(CommandLine, InfoDescribesAProject) {
+TEST(CommandLine, InfoDescribesAProjectAndFailuresAreOneLine) {
   testing::TempDir dir;
   const auto file = dir / "sample.brevelan";
   ASSERT_TRUE(ProjectFile::save(makeSampleProject(), file).ok());
-
   Outcome info = run({"info", file.string()});
   EXPECT_EQ(info.code, 0);
   EXPECT_NE(info.out.find("* Sequence “Main”: 1920 × 1080, 30 fps, 00:00:12:00 long"), std::string::npos) << info.out;
-}
 
-TEST(CommandLine, FailuresAreOneLineAndNonZero) {
-  testing::TempDir dir;
   Outcome missing = run({"info", (dir / "gone.brevelan").string()});
   EXPECT_EQ(missing.code, 1);
   EXPECT_EQ(missing.err, "brevelan: The file “gone.brevelan” couldn’t be opened because there is no such file.\n");

@@ -41,27 +41,17 @@ TEST(MediaCommands, DemoWritesMediaAndASampleThatUsesThem) {
   ASSERT_EQ(runProbeCommand(files, json, probeErr), 0) << probeErr.str();
   std::istringstream lines(json.str());
   std::map<std::string, nlohmann::json> byName;
-  for (const std::string& file : files) {
-    (void)file;
-    nlohmann::json item;
-    lines >> item;
-    byName[item["name"].get<std::string>()] = item;
-  }
-  struct Expect {
-    const char* name;
-    const char* kind;
-    int width, height;
-    bool audio;
-  } expects[] = {{"colour-bars", "video", 1920, 1080, true}, {"uhd-4k", "video", 3840, 2160, false},
-                 {"phone-portrait", "video", 1080, 1920, true}, {"tone-6dBFS", "audio", 0, 0, true},
-                 {"click-120bpm", "audio", 0, 0, true},        {"still", "image", 1920, 1080, false}};
-  for (const Expect& e : expects) {
-    SCOPED_TRACE(e.name);
-    const nlohmann::json& item = byName.at(e.name);
-    EXPECT_EQ(item["kind"], e.kind);
-    EXPECT_EQ(item["width"], e.width);
-    EXPECT_EQ(item["height"], e.height);
-    EXPECT_EQ(item["hasAudio"], e.audio);
+  for (nlohmann::json item; byName.size() < files.size() && lines >> item;) byName[item["name"].get<std::string>()] = item;
+  const std::map<std::string, std::tuple<std::string, int, int, bool>> expects = {
+      {"colour-bars", {"video", 1920, 1080, true}}, {"uhd-4k", {"video", 3840, 2160, false}},
+      {"phone-portrait", {"video", 1080, 1920, true}}, {"tone-6dBFS", {"audio", 0, 0, true}},
+      {"click-120bpm", {"audio", 0, 0, true}},        {"still", {"image", 1920, 1080, false}}};
+  for (const auto& [name, expected] : expects) {
+    const nlohmann::json& item = byName.at(name);
+    EXPECT_EQ(std::tuple(item["kind"].get<std::string>(), item["width"].get<int>(), item["height"].get<int>(),
+                         item["hasAudio"].get<bool>()),
+              expected)
+        << name;
   }
 
   // The sync marks: frame 60 is a white flash, and the beep starts at 2.000 s.

@@ -67,26 +67,17 @@ TEST_F(Commands, SrtCheckImportAndExport) {
   EXPECT_EQ(bad.code, 1);
   EXPECT_EQ(bad.out,
             "block 1: start is not before end\nblock 2: number is \"3\"\nblock 2: overlaps the previous caption\n");
-  EXPECT_EQ(run(srt, {"check", (dir / "absent.srt").string()}).err,
-            "brevelan: The file “absent.srt” couldn’t be opened because there is no such file.\n");
 
   const fs::path saved = dir / "with captions.brevelan";
   const Outcome imported =
       run(srt, {"import", projectFile.string(), (dir / "good.srt").string(), "--save", saved.string()});
   EXPECT_EQ(imported.code, 0) << imported.err;
   EXPECT_EQ(ProjectFile::load(saved)->sequences[0].captions.size(), 1u);
-  EXPECT_EQ(run(srt, {"import", projectFile.string(), (dir / "good.srt").string()}).code, 0);
-  EXPECT_EQ(ProjectFile::load(projectFile)->sequences[0].captions.size(), 0u);  // without --save, nothing is written
 
   EXPECT_EQ(run(srt, {"export", saved.string(), "-o", (dir / "out.srt").string()}).code, 0);
   EXPECT_EQ(readFile(dir / "out.srt"), "1\n00:00:01,000 --> 00:00:02,000\nHello\n\n");
 
-  for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
-                                                {"check"},
-                                                {"export", "p", "x"},
-                                                {"import", "p"},
-                                                {"import", "p", "f", "--keep", "o"},
-                                                {"frobnicate"}})
+  for (const std::vector<std::string>& wrong : {std::vector<std::string>{}, {"import", "p"}, {"frobnicate"}})
     EXPECT_EQ(run(srt, wrong).code, 2);
 }
 
@@ -100,21 +91,19 @@ TEST_F(Commands, RecoverListsAndWritesCopies) {
   const Outcome list = run(runRecoverCommand, {"--list"});
   EXPECT_EQ(list.code, 0);
   EXPECT_EQ(list.out.rfind(project.id.str() + "\tUnsaved Film\tAutosaved ", 0), 0u) << list.out;
-  EXPECT_NE(list.out.find("\t" + projectFile.string() + "\n"), std::string::npos);
+  EXPECT_TRUE(list.out.ends_with("\t" + projectFile.string() + "\n")) << list.out;
   EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 1);
 
   const fs::path out = dir / "recovered.brevelan";
   EXPECT_EQ(run(runRecoverCommand, {project.id.str(), "-o", out.string()}).code, 0);
   EXPECT_EQ(ProjectFile::load(out)->name, "Unsaved Film");
   EXPECT_EQ(run(runRecoverCommand, {Uuid::make().str(), "-o", out.string()}).code, 1);
-  EXPECT_EQ(run(runRecoverCommand, {"--list", "extra"}).code, 2);
 }
 
 TEST_F(Commands, ArchiveAndRelink) {
   const auto relinkWith = [](const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
     return runRelinkCommand(args, TenSecondProber(), out, err);
   };
-  EXPECT_EQ(run(relinkWith, {projectFile.string(), (dir / "empty").string()}).code, 1);  // no such folder
   fs::create_directories(dir / "empty");
   const Outcome none = run(relinkWith, {projectFile.string(), (dir / "empty").string()});
   EXPECT_EQ(none.code, 1);
@@ -135,7 +124,6 @@ TEST_F(Commands, ArchiveAndRelink) {
   const Outcome missing = run(runArchiveCommand, {projectFile.string(), (dir / "backup").string()});
   EXPECT_EQ(missing.code, 1);
   EXPECT_EQ(missing.err.rfind("brevelan: The file “shot.mov” couldn’t be archived", 0), 0u) << missing.err;
-  EXPECT_EQ(run(runArchiveCommand, {projectFile.string()}).code, 2);
 }
 
 }  // namespace

@@ -2,32 +2,12 @@
 
 #include <functional>
 
-#include "edit/editor_fakes.h"
-#include "edit/editor_model.h"
-#include "timeline_fixture.h"
+#include "editor_fakes.h"
 
 namespace brevelan {
 namespace {
 
 using namespace testing;
-
-// abc() as the open sequence, and a 10-second movie with sound in the bin.
-struct Document {
-  Project project = Project::make();
-  Uuid movie = Uuid::make();
-
-  Document() {
-    BrevSequence seq = abc();
-    project.activeSequenceID = seq.id;
-    project.sequences = {seq};
-    MediaItem item;
-    item.id = movie;
-    item.name = "clip.mov";
-    item.duration = 10;
-    item.hasVideo = item.hasAudio = true;
-    project.media = {item};
-  }
-};
 
 const BrevSequence& open(const EditorRig& rig) { return *rig.editor->activeSequence(); }
 
@@ -44,36 +24,33 @@ TEST(EditorCommands, RefusalsRaiseTheirAlertAndRecordNothing) {
       {"Can't nest", "A sequence can't be put inside itself.",
        [](EditorRig& r) { return r.editor->nestIn(open(r).id); }},
       {"Can't nest", "A sequence can't be put inside itself.",
-       [](EditorRig& r) {
-         const Project& p = r.editor->project();
-         return r.editor->nestIn(p.sequences[p.sequences.size() - 1].id);  // "Outer", through "Middle"
-       }},
+       [](EditorRig& r) { return r.editor->nestIn(r.editor->project().sequences[2].id); }},  // through "Middle"
       {"J-Cut", "Select the video clip AFTER the cut, then choose J-Cut or L-Cut.",
        [](EditorRig& r) { return r.editor->splitEdit(true); }},
       {"Paste Attributes", "Select a clip and choose Edit ▸ Copy first.",
        [](EditorRig& r) { return r.editor->pasteAttributes(); }},
   };
   // "Outer" holds "Middle", which holds the open sequence.
-  Document document;
+  Project project = abcProject();
   BrevSequence middle = BrevSequence::make("Middle");
   BrevSequence outer = BrevSequence::make("Outer");
-  mutTrack(middle, kV1).clips.push_back(Clip::make(ClipSource::nested(document.project.activeSequenceID), "in", 0, 300));
+  mutTrack(middle, kV1).clips.push_back(Clip::make(ClipSource::nested(project.activeSequenceID), "in", 0, 300));
   mutTrack(outer, kV1).clips.push_back(Clip::make(ClipSource::nested(middle.id), "in", 0, 300));
-  document.project.sequences.push_back(middle);
-  document.project.sequences.push_back(outer);
+  project.sequences.push_back(middle);
+  project.sequences.push_back(outer);
   for (const Case& c : cases) {
-    EditorRig rig(document.project);
+    EditorRig rig(project);
     EXPECT_FALSE(c.run(rig)) << c.title;
     ASSERT_TRUE(rig.editor->state().alert) << c.title;
     EXPECT_EQ(rig.editor->state().alert->title, c.title);
     EXPECT_EQ(rig.editor->state().alert->message, c.message);
-    EXPECT_EQ(rig.editor->project(), document.project);
+    EXPECT_EQ(rig.editor->project(), project);
     EXPECT_FALSE(rig.editor->history().canUndo());
   }
 }
 
 TEST(EditorCommands, SourceEditsAndFreezeFrameMoveThingsAndThePlayhead) {
-  EditorRig rig(Document().project);
+  EditorRig rig(abcProject());
   rig.editor->setSourceMediaID(rig.editor->project().media[0].id);
   rig.editor->setSourceIn(0);
   rig.editor->setSourceOut(30);
@@ -101,15 +78,15 @@ TEST(EditorCommands, SourceEditsAndFreezeFrameMoveThingsAndThePlayhead) {
 }
 
 TEST(EditorCommands, TransportAndRefusedRangesRecordNothing) {
-  EditorRig rig(Document().project);
+  EditorRig rig(abcProject());
   rig.editor->addMarker(40, "beat");
   const Project marked = rig.editor->project();
-  rig.editor->gotoEdit(true);
-  EXPECT_EQ(rig.editor->state().playhead, 40);
-  rig.editor->gotoEdit(true);
-  EXPECT_EQ(rig.editor->state().playhead, 100);
-  rig.editor->gotoEdit(false);
-  EXPECT_EQ(rig.editor->state().playhead, 40);
+  std::vector<std::int64_t> stops;
+  for (bool forward : {true, true, false}) {
+    rig.editor->gotoEdit(forward);
+    stops.push_back(rig.editor->state().playhead);
+  }
+  EXPECT_EQ(stops, (std::vector<std::int64_t>{40, 100, 40}));
 
   rig.editor->setMarkIn(150);
   rig.editor->setMarkOut(50);

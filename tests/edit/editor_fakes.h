@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "edit/editor_model.h"
+#include "timeline_fixture.h"
 
 namespace brevelan::testing {
 
@@ -79,20 +80,31 @@ struct RecordingPlayer final : ProgramPlayer {
   int mixUpdates = 0;
 };
 
-struct RecordingRecovery final : RecoveryCopies {
-  void write(const Project& p, const std::optional<std::filesystem::path>&) override { written.push_back(p.id); }
-  void discard(const Uuid& id) override { discarded.push_back(id); }
-  std::vector<Uuid> written, discarded;
-};
+// abc() as the open sequence, and a 10-second movie with sound, "clip.mov", in
+// the bin (missing from disk).
+inline Project abcProject() {
+  Project project = Project::make();
+  BrevSequence seq = abc();
+  project.activeSequenceID = seq.id;
+  project.sequences = {seq};
+  MediaItem movie;
+  movie.id = Uuid::make();
+  movie.name = "clip.mov";
+  movie.path = "/nowhere/clip.mov";
+  movie.duration = 10;
+  movie.hasVideo = movie.hasAudio = true;
+  project.media = {movie};
+  return project;
+}
 
 // An editor wired to hand-driven services; time is the scheduler's clock.
 struct EditorRig {
-  explicit EditorRig(Project project = Project::make()) {
+  explicit EditorRig(Project project = Project::make(), std::shared_ptr<RecoveryCopies> recovery = {}) {
     EditorServices services;
+    services.recovery = std::move(recovery);
     services.scheduler = scheduler;
     services.builder = builder;
     services.player = player;
-    services.recovery = recovery;
     services.clock = [s = scheduler] { return s->now(); };
     services.beep = [this] { ++beeps; };
     editor = std::make_unique<EditorModel>(std::move(project), services);
@@ -108,7 +120,6 @@ struct EditorRig {
   std::shared_ptr<ManualScheduler> scheduler = std::make_shared<ManualScheduler>();
   std::shared_ptr<ManualBuilder> builder = std::make_shared<ManualBuilder>();
   std::shared_ptr<RecordingPlayer> player = std::make_shared<RecordingPlayer>();
-  std::shared_ptr<RecordingRecovery> recovery = std::make_shared<RecordingRecovery>();
   int beeps = 0;
   std::unique_ptr<EditorModel> editor;
 };

@@ -11,21 +11,13 @@ namespace {
 
 using namespace testing;
 
-TEST(SequenceQueries, NeighboursCutsAndEditPoints) {
+TEST(SequenceQueries, CutsAndEditPoints) {
   EXPECT_EQ(editPoints(BrevSequence::make("Empty")), std::vector<std::int64_t>{0});
   BrevSequence seq = abc();
   seq.video.mut(0).clips.push_back(movieClip("D", 301, 10));  // one frame after C
-  seq.video.mut(1).locked = true;
-  const Clip b = named(seq, "B"), c = named(seq, "C");
-  EXPECT_EQ(next(seq, b, kV1)->name, "C");
-  EXPECT_EQ(prev(seq, b, kV1)->name, "A");
-  EXPECT_FALSE(next(seq, c, kV1));
-  EXPECT_EQ(nextStart(seq, c, kV1), 301);
-  EXPECT_EQ(prevEnd(seq, c, kV1), 200);
-  EXPECT_EQ(cutPoints(seq, kV1), (std::vector<CutPoint>{{idOf(seq, "A"), b.id}, {b.id, c.id}}));
+  const Uuid b = idOf(seq, "B");
+  EXPECT_EQ(cutPoints(seq, kV1), (std::vector<CutPoint>{{idOf(seq, "A"), b}, {b, idOf(seq, "C")}}));
   EXPECT_EQ(editPoints(seq), (std::vector<std::int64_t>{0, 100, 200, 300, 301, 311}));
-  EXPECT_EQ(unlockedRefs(seq), (std::vector<TrackRef>{kV1, kA1, {TrackKind::audio, 1}}));
-  EXPECT_EQ(locate(seq, idOf(seq, "b")), (ClipLocation{kA1, 1}));
 }
 
 TEST(SequenceQueries, LinkingAndShifting) {
@@ -41,11 +33,9 @@ TEST(SequenceQueries, LinkingAndShifting) {
 
   const BrevSequence before = seq;
   shiftClips(seq, kV1, 100, 5, {idOf(seq, "C")});
-  shiftClips(seq, {TrackKind::video, 1}, 100, 5);
-  EXPECT_EQ(named(seq, "B").start, 105);
-  EXPECT_EQ(named(seq, "C").start, 200);
-  EXPECT_EQ(named(seq, "Loose").start, 90);  // starts before 100, reaches past it
+  EXPECT_EQ(std::tuple(named(seq, "B").start, named(seq, "C").start), std::tuple(105, 200));
   EXPECT_EQ(&seq.video[0].clips[0], &before.video[0].clips[0]);  // unchanged clips stay shared
+
 }
 
 TEST(Snapping, NearestWithinReachFirstWinsTies) {

@@ -2,22 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include "timeline_fixture.h"
+#include "editor_fakes.h"
 
 namespace brevelan {
 namespace {
 
 using std::nullopt;
 
-MediaItem movie() {  // 10 seconds with sound: 300 frames at 30 fps
-  MediaItem item;
-  item.id = Uuid::make();
-  item.name = "clip.mov";
-  item.kind = MediaKind::video;
-  item.duration = 10;
-  item.hasVideo = item.hasAudio = true;
-  return item;
-}
+// 10 seconds with sound: 300 frames at 30 fps.
+MediaItem movie() { return testing::abcProject().media[0]; }
 
 TEST(ThreePoint, MarksDecideWhereAndWhat) {
   struct Case {
@@ -52,10 +45,9 @@ TEST(ThreePoint, PictureAndSoundGoLinkedToTheTargets) {
   SourceEditMarks marks{0, 30, nullopt, nullopt, 0, 1, 1};
   auto edit = threePointClips(seq, movie(), marks);
   ASSERT_EQ(edit->items.size(), 2u);
-  EXPECT_EQ(edit->items[0].track, (TrackRef{TrackKind::video, 1}));
-  EXPECT_EQ(edit->items[1].track, (TrackRef{TrackKind::audio, 1}));
-  EXPECT_TRUE(edit->items[0].clip.linkID);
-  EXPECT_EQ(edit->items[0].clip.linkID, edit->items[1].clip.linkID);
+  EXPECT_EQ(std::pair(edit->items[0].track, edit->items[1].track),
+            std::pair(TrackRef{TrackKind::video, 1}, TrackRef{TrackKind::audio, 1}));
+  EXPECT_TRUE(edit->items[0].clip.linkID && edit->items[0].clip.linkID == edit->items[1].clip.linkID);
   EXPECT_EQ(edit->items[0].clip.sourceLimit, 300);
 
   marks.targetAudio = 7;  // no such track: picture alone, unlinked

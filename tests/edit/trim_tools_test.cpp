@@ -45,6 +45,7 @@ TEST(TrimTools, WorkedExamplesAndClamps) {
       {"roll with nothing on the right", none, Tool::roll, "C", 10, true, 0, {}},
       {"slip B +7", none, Tool::slip, "B", 7, true, 7, {{"B", 100, 100, 57}, {"b", 100, 100, 57}}},
       {"slip stops at the source end", none, Tool::slip, "B", 5000, true, 850, {{"B", 100, 100, 900}}},
+      {"slip stops at the source start", none, Tool::slip, "B", INT64_MIN, true, -50, {{"b", 100, 100, 0}}},
       {"slip of a colour clip", [](auto& s) { at(s, kV1, 1).source = ClipSource::color(RGBA::black()); },
        Tool::slip, "B", 100'000, false, 100'000, {{"B", 100, 100, 50}}},
       {"slide B +15", [](auto& s) { at(s, kV1, 1).sourceIn = 0; }, Tool::slide, "B", 15, true, 15,
@@ -78,29 +79,19 @@ TEST(TrimTools, WorkedExamplesAndClamps) {
 TEST(TrimTools, BladeGivesRightPiecesTheirOwnGroup) {
   BrevSequence seq = abc();
   const Clip a = named(seq, "A");
-  EXPECT_FALSE(blade(seq, a.id, 0, true));
-  EXPECT_FALSE(blade(seq, a.id, 100, true));
+  EXPECT_FALSE(blade(seq, a.id, 0, true) || blade(seq, a.id, 100, true));
   ASSERT_TRUE(blade(seq, a.id, 50, true));
   const Clip& left = seq.video[0].clips[0];
   const Clip& right = seq.video[0].clips[1];
   EXPECT_EQ(std::tie(left.duration, right.start, right.duration, right.sourceIn), std::make_tuple(50, 50, 50, 50));
-  EXPECT_EQ(seq.audio[0].clips[0].linkID, a.linkID);
+  EXPECT_EQ(std::tuple(seq.audio[0].clips[0].linkID, seq.audio[0].clips[1].linkID), std::tuple(a.linkID, right.linkID));
   EXPECT_NE(right.linkID, a.linkID);
-  EXPECT_EQ(seq.audio[0].clips[1].linkID, right.linkID);
 
   EXPECT_TRUE(blade(seq, idOf(seq, "B"), 150, false));  // Alt-blade: picture only
-  EXPECT_EQ(seq.video[0].clips.size(), 5u);
-  EXPECT_EQ(seq.audio[0].clips.size(), 4u);
+  EXPECT_EQ(std::pair(seq.video[0].clips.size(), seq.audio[0].clips.size()), std::pair(5ul, 4ul));
   seq.audio.mut(0).locked = true;
   EXPECT_EQ(blade(seq, 200, unlockedRefs(seq)), 0);
   EXPECT_EQ(blade(seq, 250, unlockedRefs(seq)), 1);
-}
-
-TEST(TrimTools, ClampSearchesOnlyRequestsOfTwoOrMore) {
-  int calls = 0;
-  EXPECT_EQ(largestAccepted(1, [&](std::int64_t) { return ++calls > 5; }), 0);
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(largestAccepted(INT64_MIN, [](std::int64_t d) { return d >= -3; }), -3);
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 
 #include "model/app_folders.h"
 #include "model/trash.h"
@@ -30,28 +29,23 @@ struct AutosaveFolders : ::testing::Test {
 };
 
 TEST_F(AutosaveFolders, FollowTheDataHome) {
-  EXPECT_EQ(AppFolders::autosave(), home / "vael-brevelan/Autosave");
-  EXPECT_EQ(Autosave::standard().folder(), autosave.folder());
-  EXPECT_EQ(AppFolders::trash(), home / "Trash");
-  const char* realHome = std::getenv("HOME");
-  const std::string savedHome = realHome ? realHome : "";
+  EXPECT_EQ(Autosave::standard().folder(), home / "vael-brevelan/Autosave");
+  const std::string savedHome = std::getenv("HOME") ? std::getenv("HOME") : "";
   ::setenv("XDG_DATA_HOME", "relative/path", 1);  // invalid: the default applies
   ::setenv("HOME", "/home/someone", 1);
   EXPECT_EQ(AppFolders::support(), fs::path("/home/someone/.local/share/vael-brevelan"));
-  if (realHome)
-    ::setenv("HOME", savedHome.c_str(), 1);
-  else
-    ::unsetenv("HOME");
+  ::setenv("HOME", savedHome.c_str(), 1);
 }
 
 TEST_F(AutosaveFolders, ACopyReadsBackEqualToTheProject) {
   const Project project = testing::makeRichProject();
-  ASSERT_TRUE(autosave.write(project, fs::path("/work/films/p.brevelan")).ok());
-  const fs::path file = autosave.folder() / (project.id.str() + ".autosave");
-  const std::string bytes = readFile(file);
-  EXPECT_EQ(bytes.find('\n'), std::string::npos);  // compact
-  EXPECT_EQ(bytes.rfind("{\"project\":{", 0), 0u);
+  writeFile(home / "vael-brevelan", "a file where the folder should be");
+  EXPECT_FALSE(autosave.write(project, std::nullopt).ok());
+  fs::remove(home / "vael-brevelan");  // the next write tries again
 
+  ASSERT_TRUE(autosave.write(project, fs::path("/work/films/p.brevelan")).ok());
+  const fs::path file = autosave.location(project.id);
+  EXPECT_EQ(readFile(file).find('\n'), std::string::npos);  // compact
   const auto pending = autosave.pending();
   ASSERT_EQ(pending.size(), 1u);
   EXPECT_EQ(pending[0].location, file);
@@ -66,7 +60,6 @@ TEST_F(AutosaveFolders, ACopyReadsBackEqualToTheProject) {
   ASSERT_EQ(autosave.pending().size(), 1u);
   EXPECT_EQ(autosave.pending()[0].record.project.name, "Changed");
   EXPECT_FALSE(autosave.pending()[0].record.originalPath);
-
   autosave.discard(project.id);
   EXPECT_TRUE(autosave.pending().empty());
   autosave.discard(project.id);  // nothing there: nothing happens
@@ -90,15 +83,6 @@ TEST_F(AutosaveFolders, OnlyCopiesThatDecodeAreOfferedNewestFirst) {
   EXPECT_TRUE(Autosave(home / "absent").pending().empty());
 }
 
-TEST_F(AutosaveFolders, AFolderThatCannotBeWrittenIsRetriedLater) {
-  writeFile(home / "vael-brevelan", "a file where the folder should be");
-  const Project project = Project::make();
-  EXPECT_FALSE(autosave.write(project, std::nullopt).ok());
-  fs::remove(home / "vael-brevelan");
-  EXPECT_TRUE(autosave.write(project, std::nullopt).ok());
-  EXPECT_EQ(autosave.pending().size(), 1u);
-}
-
 TEST_F(AutosaveFolders, TrashKeepsTheCopyWithWhereItCameFrom) {
   const Project project = Project::make();
   ASSERT_TRUE(autosave.write(project, std::nullopt).ok());
@@ -112,7 +96,6 @@ TEST_F(AutosaveFolders, TrashKeepsTheCopyWithWhereItCameFrom) {
   EXPECT_EQ(readFile(*trashed), bytes);
   const std::string info = readFile(home / "Trash/info" / (copy.filename().string() + ".trashinfo"));
   EXPECT_EQ(info.rfind("[Trash Info]\nPath=" + copy.string() + "\nDeletionDate=", 0), 0u) << info;
-  EXPECT_TRUE(autosave.pending().empty());
 
   // The same name again gets a name of its own; nothing is overwritten.
   ASSERT_TRUE(autosave.write(project, std::nullopt).ok());
@@ -121,7 +104,6 @@ TEST_F(AutosaveFolders, TrashKeepsTheCopyWithWhereItCameFrom) {
   EXPECT_NE(*again, *trashed);
   EXPECT_TRUE(fs::exists(*trashed));
 
-  EXPECT_FALSE(autosave.trash(copy).ok());  // gone already
   const std::string odd = (home / "a b%.autosave").string();
   writeFile(odd, "x");
   ASSERT_TRUE(Trash::moveToTrash(odd).ok());
@@ -147,10 +129,8 @@ TEST_F(AutosaveFolders, TheSessionLockTellsACrashFromANormalEnd) {
       {"first launch", std::nullopt, false},
       {"a dead process", std::to_string(deadProcess()) + "\n", true},
       {"this process", self, false},
-      {"a running process", std::to_string(::getppid()), false},
       {"no number", "hello", false},
       {"a number and more", std::to_string(deadProcess()) + "x", false},
-      {"nothing", "", false},
       {"zero", "0", false},
       {"negative", "-1", false},
       {"too large", "99999999999", false},
