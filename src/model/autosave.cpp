@@ -21,30 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The writer's pretty-printed text without the whitespace between tokens.
-std::string compacted(const std::string& json) {
-  std::string out;
-  out.reserve(json.size());
-  bool inString = false;
-  for (std::size_t i = 0; i < json.size(); ++i) {
-    const char c = json[i];
-    if (inString) {
-      out.push_back(c);
-      if (c == '\\' && i + 1 < json.size()) {
-        out.push_back(json[++i]);
-      } else if (c == '"') {
-        inString = false;
-      }
-    } else if (c == '"') {
-      inString = true;
-      out.push_back(c);
-    } else if (c != ' ' && c != '\n' && c != '\t' && c != '\r') {
-      out.push_back(c);
-    }
-  }
-  return out;
-}
-
 // A process id as the lock holds it: decimal digits, spaces and line breaks around.
 std::optional<pid_t> lockedProcess(std::string_view text) {
   const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
@@ -68,15 +44,15 @@ Autosave Autosave::standard() { return Autosave(AppFolders::autosave()); }
 fs::path Autosave::location(const Uuid& projectID) const { return folder_ / (projectID.str() + kExtension); }
 
 std::string Autosave::encode(const AutosaveRecord& record) {
-  JsonWriter writer;
+  JsonWriter writer(JsonWriter::Layout::compact);
   writer.beginObject();
+  if (record.originalPath) writer.key("originalPath").value(*record.originalPath);
   writer.key("project");
   coding::write(writer, record.project);
-  if (record.originalPath) writer.key("originalPath").value(*record.originalPath);
   writer.key("saved");
   coding::write(writer, record.saved);
   writer.endObject();
-  return compacted(writer.take());
+  return writer.take();
 }
 
 std::optional<AutosaveRecord> Autosave::decode(std::string_view bytes) {

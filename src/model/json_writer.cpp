@@ -32,6 +32,7 @@ std::size_t utf8Length(std::string_view s, std::size_t i) {
 }  // namespace
 
 void JsonWriter::newline(std::size_t depth) {
+  if (!pretty_) return;
   out_.push_back('\n');
   out_.append(depth * 2, ' ');
 }
@@ -56,7 +57,7 @@ JsonWriter& JsonWriter::key(std::string_view name) {
   level.lastKey.assign(name);
   newline(levels_.size());
   writeString(name);
-  out_ += ": ";
+  out_ += pretty_ ? ": " : ":";
   afterKey_ = true;
   return *this;
 }

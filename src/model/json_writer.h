@@ -7,11 +7,14 @@
 
 namespace brevelan {
 
-// Writes pretty-printed JSON (two-space indent, one member per line) straight
-// into a string. Callers write object members in sorted key order; the writer
+// Writes JSON straight into a string, pretty-printed (two-space indent, one
+// member per line) or compact. Callers write object members in sorted key order; the writer
 // notes any member that breaks the order so tests can hold every encoder to it.
 class JsonWriter {
  public:
+  enum class Layout { pretty, compact };
+  explicit JsonWriter(Layout layout = Layout::pretty) : pretty_(layout == Layout::pretty) {}
+
   void beginObject();
   void endObject();
   void beginArray();
@@ -49,6 +52,7 @@ class JsonWriter {
 
   std::string out_;
   std::vector<Level> levels_;
+  bool pretty_ = true;
   bool afterKey_ = false;
   bool keysInOrder_ = true;
 };
