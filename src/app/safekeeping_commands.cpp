@@ -41,7 +41,9 @@ int runRecoverCommand(const Args& args, std::ostream& out, std::ostream& err) {
   constexpr const char* kUsage = "recover --list | recover PROJECT-ID -o OUT.brevelan";
   const Autosave autosave = Autosave::standard();
   if (args.size() == 1 && args[0] == "--list") {
-    for (const PendingCopy& copy : autosave.pending())
+    const auto pending = autosave.pending();
+    if (pending.empty()) out << "No recovery copies: no unsaved work is waiting.\n";
+    for (const PendingCopy& copy : pending)
       out << copy.record.project.id.str() << "\t" << copy.record.project.name << "\tAutosaved "
           << localTime(copy.record.saved) << "\t" << copy.record.originalPath.value_or("never saved") << "\n";
     return 0;
