@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "app/media_commands.h"
+#include "app/mix_command.h"
 #include "app/project_summary.h"
 #include "app/safekeeping_commands.h"
 #include "app/srt_command.h"
@@ -86,6 +87,8 @@ const std::vector<Command>& commands() {
        [](const Args& a, const Context& c) { return runArchiveCommand(a, c.out, c.err); }},
       {"relink", "relink PROJECT DIR [--save OUT]", "find missing media in DIR and its subfolders", 2, 4,
        [](const Args& a, const Context& c) { return runRelinkCommand(a, MediaProbe(), c.out, c.err); }},
+      {"mix", "mix PROJECT -o FILE.wav", "render the full sound mix of the open sequence as float WAV", 3, 3,
+       [](const Args& a, const Context& c) { return runMixCommand(a, c.out, c.err); }},
       {"script", "script PROJECT [--save OUT]", "apply JSON-lines edit commands from stdin (script --help)", 1, 3,
        runScriptCommand},
   };

@@ -1,0 +1,157 @@
+// Mixer::addClip: one clip's sound, from its source samples through speed,
+// effects, level, fades, crossfades and pan into a track buffer.
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "model/rounding.h"
+#include "sound/compressor.h"
+#include "sound/eq.h"
+#include "sound/mixer.h"
+#include "sound/noise_gate.h"
+
+namespace brevelan {
+namespace {
+
+constexpr std::int64_t kBlock = 32;  // frames that share one gain and pan
+constexpr double kRate = Mixer::kRate;
+
+// Sequence frame → sample frame, rounded to nearest.
+std::int64_t sampleAt(const FrameRate& rate, std::int64_t frame) {
+  return roundHalfAway(static_cast<double>(rate.den) * static_cast<double>(frame) / static_cast<double>(rate.num) *
+                       kRate);
+}
+
+// Where, in source sample frames, sample s of the sequence reads. NaN-free
+// settings give a finite answer; the caller treats anything else as silence.
+struct SpeedMap {
+  double fps, clipStart, duration, rate, rampDelta, consumed, sourceIn;
+  bool ramp, reverse;
+
+  double at(std::int64_t s) const {
+    const double u = fps * (static_cast<double>(s) / kRate - clipStart);
+    const double c = std::min(std::max(u, 0.0), duration);
+    double q = rate * c;
+    if (ramp) q += c * rampDelta * c / (2 * duration);
+    q += rate * (u - c);  // the transition extensions run on at the base rate
+    if (reverse) q = consumed - q;
+    return (sourceIn + q) / fps * kRate;
+  }
+};
+
+void readSource(const PCMSource& src, const SpeedMap& map, std::int64_t s0, std::int64_t s1, float* out) {
+  const float* data = src.data.data();
+  const auto last = std::min<std::int64_t>(src.frames, static_cast<std::int64_t>(src.data.size() / 2)) - 1;
+  const auto sample = [&](std::int64_t i, int ch) -> float {
+    return i >= 0 && i <= last ? data[2 * i + ch] : 0.0f;
+  };
+  for (std::int64_t s = s0; s < s1; ++s, out += 2) {
+    const double y = map.at(s);
+    // Out of the source (or not a number): silence, without casting garbage.
+    if (!(y > -1.0 && y < static_cast<double>(last) + 1.0)) {
+      out[0] = out[1] = 0;
+      continue;
+    }
+    const double fi = std::floor(y);
+    const auto i = static_cast<std::int64_t>(fi);
+    const auto f = static_cast<float>(y - fi);
+    for (int ch = 0; ch < 2; ++ch) {
+      const float a = sample(i, ch);
+      out[ch] = a + (sample(i + 1, ch) - a) * f;
+    }
+  }
+}
+
+}  // namespace
+
+void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const BrevSequence& seq,
+                    std::span<float> into, std::int64_t from, std::int64_t count, int depth) const {
+  count = std::min(count, static_cast<std::int64_t>(into.size() / 2));
+  if (!clip.enabled || clip.audio->muted || count <= 0) return;
+  const AudioFX& fx = *clip.audio;
+
+  // Transition extensions: half the transition before the cut, half after.
+  const bool headFade = prev && clip.transitionIn && prev->start + prev->duration == clip.start;
+  const std::int64_t d = headFade ? clip.transitionIn->duration : 0;
+  const std::int64_t h = d / 2;
+  const bool tailFade = next && next->transitionIn && next->start == clip.start + clip.duration;
+  const std::int64_t e = tailFade ? next->transitionIn->duration : 0;
+  const std::int64_t t = e - e / 2;
+
+  const std::int64_t s0 = sampleAt(seq.rate, clip.start - h);
+  const std::int64_t s1 = sampleAt(seq.rate, clip.start + clip.duration + t);
+  const std::int64_t lo = std::max(s0, from);
+  const std::int64_t hi = std::min(from + count, s1);
+  if (lo >= hi) return;
+  std::shared_ptr<const PCMSource> src = source(clip, depth);
+  if (!src) return;
+
+  // The effects carry state from the clip's first sample, so with any of them
+  // on the clip is rendered from s0 and sounds the same wherever playback starts.
+  // Without them, rendering starts at the window.
+  const bool effects = fx.eqOn || fx.gateOn || fx.compOn;
+  const std::int64_t r0 = effects ? s0 : lo;
+  std::vector<float> buffer(static_cast<std::size_t>(2 * (hi - r0)), 0.0f);
+
+  const double fps = static_cast<double>(seq.rate.num) / static_cast<double>(seq.rate.den);
+  const double clipStart = static_cast<double>(seq.rate.den) * static_cast<double>(clip.start) /
+                           static_cast<double>(seq.rate.num);
+  const auto duration = static_cast<double>(clip.duration);
+  if (!clip.speed.freeze) {
+    const SpeedSettings& sp = clip.speed;
+    const SpeedMap map{fps,
+                       clipStart,
+                       duration,
+                       sp.rate,
+                       sp.rampTo ? *sp.rampTo - sp.rate : 0.0,
+                       static_cast<double>(sp.consumed(clip.duration)),
+                       static_cast<double>(clip.sourceIn),
+                       sp.rampTo.has_value() && clip.duration >= 1,
+                       sp.reverse};
+    readSource(*src, map, r0, hi, buffer.data());
+  }
+
+  if (fx.eqOn) applyEQ(fx.eq, buffer);
+  const auto frames = static_cast<std::int64_t>(buffer.size() / 2);
+  if (fx.gateOn) NoiseGate(fx.gateThresholdDB).process(buffer, 0, frames);
+  if (fx.compOn) Compressor(fx.compThresholdDB, fx.compRatio, fx.compMakeupDB).process(buffer, 0, frames);
+
+  // Level, fades, crossfades and pan, once per block. Blocks count from s0
+  // whatever the window, so a sample's gain never depends on where rendering began.
+  const double halfD = static_cast<double>(d / 2);
+  const double outFrom = duration - static_cast<double>(e / 2);
+  const std::int64_t firstBlock = s0 + (lo - s0) / kBlock * kBlock;
+  for (std::int64_t b = firstBlock; b < hi; b += kBlock) {
+    const double v = fps * (static_cast<double>(b) / kRate - clipStart);
+    const double dB = fx.gainDB + fx.volumeKeys.value(v, 0);
+    double g = dB < -90 ? 1e-10 : std::pow(10.0, dB / 20);
+    if (fx.fadeIn >= 1 && v < static_cast<double>(fx.fadeIn)) g *= std::max(v / static_cast<double>(fx.fadeIn), 0.0);
+    if (fx.fadeOut >= 1 && v > duration - static_cast<double>(fx.fadeOut))
+      g *= std::max(duration - v, 0.0) / static_cast<double>(fx.fadeOut);
+    if (headFade && v < static_cast<double>(d - d / 2)) {
+      double r = v + halfD;
+      if (d >= 1) r /= static_cast<double>(d);
+      g *= r >= 0 ? std::sin(std::min(r, 1.0) * std::numbers::pi / 2) : 0.0;
+    }
+    if (tailFade && v > outFrom) {
+      double r = v - outFrom;
+      if (e >= 1) r /= static_cast<double>(e);
+      if (r >= 0) g *= std::cos(std::min(r, 1.0) * std::numbers::pi / 2);
+    }
+    if (!std::isfinite(g)) g = 0;
+    const double p = fx.panKeys.empty() ? fx.pan : fx.panKeys.value(v, fx.pan);
+    const auto left = static_cast<float>(g * (p > 0 ? 1 - p : 1));
+    const auto right = static_cast<float>(g * (p < 0 ? 1 + p : 1));
+
+    const std::int64_t a = std::max(b, lo);
+    const std::int64_t z = std::min(b + kBlock, hi);
+    const float* in = buffer.data() + 2 * (a - r0);
+    float* out = into.data() + 2 * (a - from);
+    for (std::int64_t s = a; s < z; ++s, in += 2, out += 2) {
+      out[0] += in[0] * left;
+      out[1] += in[1] * right;
+    }
+  }
+}
+
+}  // namespace brevelan

@@ -1,0 +1,95 @@
+#include "sound/mixer.h"
+
+#include <cmath>
+
+#include "model/rounding.h"
+
+namespace brevelan {
+namespace {
+
+SoundProvider& cachedProvider() {
+  static CachedSoundProvider provider;
+  return provider;
+}
+
+double dbToGain(double dB) { return std::pow(10.0, dB / 20); }
+
+// Linear balance: the far side is turned down, the near side keeps its level.
+void panBuffer(std::span<float> buffer, double pan) {
+  if (pan > 0) {
+    const auto left = static_cast<float>(1 - pan);
+    for (std::size_t i = 0; i < buffer.size(); i += 2) buffer[i] *= left;
+  } else if (pan < 0) {
+    const auto right = static_cast<float>(1 + pan);
+    for (std::size_t i = 1; i < buffer.size(); i += 2) buffer[i] *= right;
+  }
+}
+
+}  // namespace
+
+Mixer::Mixer(const Project& project, SoundProvider& provider) : project_(project), provider_(provider) {}
+
+Mixer::Mixer(const Project& project) : Mixer(project, cachedProvider()) {}
+
+std::int64_t Mixer::sampleCount(const BrevSequence& seq) {
+  const auto frames = static_cast<double>(std::max<std::int64_t>(seq.duration(), 1));
+  return roundHalfAway(static_cast<double>(seq.rate.den) * frames / static_cast<double>(seq.rate.num) * kRate);
+}
+
+std::vector<float> Mixer::renderTrack(const BrevSequence& seq, const Track& track, std::int64_t from,
+                                      std::int64_t count, int depth) const {
+  std::vector<float> buffer(static_cast<std::size_t>(2 * std::max<std::int64_t>(count, 0)), 0.0f);
+  if (count <= 0) return buffer;
+  const std::size_t clips = track.clips.size();
+  for (std::size_t i = 0; i < clips; ++i) {
+    const Clip* prev = i > 0 ? &track.clips[i - 1] : nullptr;
+    const Clip* next = i + 1 < clips ? &track.clips[i + 1] : nullptr;
+    addClip(track.clips[i], prev, next, seq, buffer, from, count, depth);
+  }
+  return buffer;
+}
+
+std::vector<float> Mixer::renderMix(const BrevSequence& seq, std::int64_t from, std::int64_t count,
+                                    int depth) const {
+  std::vector<float> mix(static_cast<std::size_t>(2 * std::max<std::int64_t>(count, 0)), 0.0f);
+  if (count <= 0) return mix;
+  bool anySolo = false;
+  for (const Track& track : seq.audio) {
+    if (track.solo) {
+      anySolo = true;
+      break;
+    }
+  }
+  const double master = dbToGain(seq.masterDB);
+  for (const Track& track : seq.audio) {
+    const bool silent = track.muted || (anySolo && !track.solo);
+    const double gain = silent ? 0.0 : master * dbToGain(track.volumeDB);
+    if (!(gain > 0)) continue;
+    std::vector<float> buffer = renderTrack(seq, track, from, count, depth);
+    panBuffer(buffer, track.pan);
+    const auto g = static_cast<float>(gain);
+    for (std::size_t i = 0; i < mix.size(); ++i) mix[i] += buffer[i] * g;
+  }
+  return mix;
+}
+
+std::shared_ptr<const PCMSource> Mixer::source(const Clip& clip, int depth) const {
+  if (const Uuid* media = clip.source.mediaID()) {
+    const MediaItem* item = project_.mediaItem(*media);
+    if (!item || !item->hasAudio) return nullptr;
+    return provider_.sound(*item);
+  }
+  if (const Uuid* nested = clip.source.nestedID()) {
+    if (depth >= kMaxDepth) return nullptr;
+    const BrevSequence* inner = project_.sequence(*nested);
+    if (!inner) return nullptr;
+    const double seconds = inner->rate.seconds(inner->duration());
+    auto pcm = std::make_shared<PCMSource>();
+    pcm->frames = static_cast<std::int64_t>(std::trunc(seconds * kRate)) + 1;
+    pcm->data = renderMix(*inner, 0, pcm->frames, depth + 1);
+    return pcm;
+  }
+  return nullptr;
+}
+
+}  // namespace brevelan
