@@ -14,8 +14,10 @@ constexpr float kRelease = 0.00026038277f;  // 1 − e^(−1/3840): 80 ms
 
 Compressor::Compressor(double thresholdDB, double ratio, double makeupDB)
     : thresholdDB_(thresholdDB),
+      thresholdLevel_(static_cast<float>(std::pow(10.0, thresholdDB / 20))),
       makeupDB_(makeupDB),
-      slope_(1 - 1 / (std::isfinite(ratio) ? std::max(ratio, 1.0) : 1.0)) {}
+      slope_(1 - 1 / (std::isfinite(ratio) ? std::max(ratio, 1.0) : 1.0)),
+      lastGain_(static_cast<float>(std::pow(10.0, makeupDB / 20))) {}
 
 void Compressor::process(std::span<float> interleaved, std::int64_t from, std::int64_t to) {
   const auto frames = static_cast<std::int64_t>(interleaved.size() / 2);
@@ -26,12 +28,21 @@ void Compressor::process(std::span<float> interleaved, std::int64_t from, std::i
     float& left = s[2 * n];
     float& right = s[2 * n + 1];
     envelope_ = std::max({std::abs(left), std::abs(right), envelope_ * kDecay});
-    const double level = 20 * std::log10(std::max<double>(envelope_, 1e-9));
-    const auto target = static_cast<float>(level > thresholdDB_ ? (level - thresholdDB_) * slope_ : 0.0);
+    float target = 0;
+    // Above the threshold in level is above it in dB; only then is the
+    // logarithm worth taking (most frames of most material are below).
+    if (envelope_ > thresholdLevel_) {
+      const double level = 20 * std::log10(std::max<double>(envelope_, 1e-9));
+      if (level > thresholdDB_) target = static_cast<float>((level - thresholdDB_) * slope_);
+    }
     reductionDB_ += (target > reductionDB_ ? kAttack : kRelease) * (target - reductionDB_);
-    const auto gain = static_cast<float>(std::pow(10.0, (makeupDB_ - reductionDB_) / 20));
-    left *= gain;
-    right *= gain;
+    if (reductionDB_ != lastReductionDB_) {
+      // 10^(x/20) as 2^(x·log2(10)/20), in single precision: the sample is a float.
+      lastGain_ = std::exp2(static_cast<float>((makeupDB_ - reductionDB_) * 0.16609640474436813));
+      lastReductionDB_ = reductionDB_;
+    }
+    left *= lastGain_;
+    right *= lastGain_;
   }
 }
 
