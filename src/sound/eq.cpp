@@ -1,6 +1,7 @@
 #include "sound/eq.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <numbers>
@@ -16,16 +17,38 @@ constexpr std::array<double, 31> kThirtyOne{20,   25,   31.5, 40,   50,   63,   
                                             250,  315,  400,  500,  630,  800,  1000,  1250,  1600,  2000, 2500,
                                             3150, 4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
 
-// Transposed direct form II over one channel of an interleaved buffer, state in double.
-void runSection(const BiquadCoef& k, float* samples, std::size_t frames) {
+// One section's state for one channel, in double.
+struct SectionState {
   double z1 = 0;
   double z2 = 0;
+};
+
+// Every active band over both channels in one pass. Each band still sees
+// exactly the float samples the band before it wrote, and each channel's
+// state is its own, so the result equals running the bands one after the
+// other over left, then right; one pass keeps the data in registers and
+// gives the processor two independent chains to overlap.
+void runSections(const BiquadCoef* k, std::size_t count, float* samples, std::size_t frames) {
+  std::array<SectionState, kEQFrequencies.size()> left{};
+  std::array<SectionState, kEQFrequencies.size()> right{};
   for (std::size_t n = 0; n < frames; ++n) {
-    const double x = samples[2 * n];
-    const double y = k.b0 * x + z1;
-    z1 = z2 + k.b1 * x - k.a1 * y;
-    z2 = k.b2 * x - k.a2 * y;
-    samples[2 * n] = static_cast<float>(y);
+    float l = samples[2 * n];
+    float r = samples[2 * n + 1];
+    for (std::size_t b = 0; b < count; ++b) {
+      const BiquadCoef& c = k[b];
+      const double xl = l;
+      const double xr = r;
+      const double yl = c.b0 * xl + left[b].z1;
+      const double yr = c.b0 * xr + right[b].z1;
+      left[b].z1 = left[b].z2 + c.b1 * xl - c.a1 * yl;
+      right[b].z1 = right[b].z2 + c.b1 * xr - c.a1 * yr;
+      left[b].z2 = c.b2 * xl - c.a2 * yl;
+      right[b].z2 = c.b2 * xr - c.a2 * yr;
+      l = static_cast<float>(yl);
+      r = static_cast<float>(yr);
+    }
+    samples[2 * n] = l;
+    samples[2 * n + 1] = r;
   }
 }
 
@@ -51,13 +74,14 @@ void applyEQ(std::span<const double> gains, std::span<float> interleaved) {
   const std::size_t frames = interleaved.size() / 2;
   if (frames < 1) return;
   const std::size_t bands = std::min(gains.size(), kEQFrequencies.size());
+  std::array<BiquadCoef, kEQFrequencies.size()> active;
+  std::size_t count = 0;
   for (std::size_t i = 0; i < bands; ++i) {
     // A NaN gain would poison every later sample; treat it as off.
     if (!std::isfinite(gains[i]) || std::abs(gains[i]) <= 0.01) continue;
-    const BiquadCoef k = peakingCoef(kEQFrequencies[i], gains[i]);
-    runSection(k, interleaved.data(), frames);
-    runSection(k, interleaved.data() + 1, frames);
+    active[count++] = peakingCoef(kEQFrequencies[i], gains[i]);
   }
+  if (count > 0) runSections(active.data(), count, interleaved.data(), frames);
 }
 
 std::span<const double> eqFrequencies(EQMode mode) {
