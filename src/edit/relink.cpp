@@ -1,5 +1,7 @@
 #include "edit/relink.h"
 
+#include "model/file_names.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -11,11 +13,6 @@ namespace brevelan {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string lowered(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
 
 std::string files(std::size_t count) { return std::to_string(count) + (count == 1 ? " file" : " files"); }
 
@@ -60,11 +57,11 @@ std::vector<MediaItem> missing(const Project& project) {
 std::map<Uuid, std::string> search(const std::vector<MediaItem>& items, const fs::path& folder,
                                    const MediaProber& prober) {
   std::unordered_map<std::string, std::vector<const MediaItem*>> byName;
-  for (const MediaItem& item : items) byName[lowered(fs::path(item.path).filename().string())].push_back(&item);
+  for (const MediaItem& item : items) byName[lowercased(fs::path(item.path).filename().string())].push_back(&item);
 
   std::map<Uuid, std::string> found;
   auto visit = [&](const fs::path& file) {
-    const auto candidates = byName.find(lowered(file.filename().string()));
+    const auto candidates = byName.find(lowercased(file.filename().string()));
     if (candidates == byName.end()) return true;
     std::optional<std::optional<double>> length;  // read once, when a length is needed
     for (const MediaItem* item : candidates->second) {

@@ -1,5 +1,7 @@
 #include "media/media_probe.h"
 
+#include "model/file_names.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -31,15 +33,8 @@ bool hasDecoder(const AVStream* stream) { return avcodec_find_decoder(stream->co
 
 }  // namespace
 
-std::string MediaProbe::lowerExtension(const std::filesystem::path& file) {
-  std::string ext = file.extension().string();
-  if (!ext.empty()) ext.erase(0, 1);
-  std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-  return ext;
-}
-
 std::optional<MediaKind> MediaProbe::kindForExtension(std::string extension) {
-  std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
+  extension = lowercased(std::move(extension));
   if (contains(kPictures, extension)) return MediaKind::image;
   if (contains(kMovies, extension)) return MediaKind::video;
   if (contains(kSounds, extension)) return MediaKind::audio;

@@ -18,8 +18,6 @@ class MediaProbe : public MediaProber {
 
   // The kind an extension (without the dot, any case) stands for, if any.
   static std::optional<MediaKind> kindForExtension(std::string extension);
-  // The extension in lower case without the dot.
-  static std::string lowerExtension(const std::filesystem::path& file);
 };
 
 }  // namespace brevelan

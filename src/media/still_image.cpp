@@ -1,5 +1,7 @@
 #include "media/still_image.h"
 
+#include "model/file_names.h"
+
 #include <libheif/heif.h>
 
 #include <algorithm>
@@ -24,13 +26,6 @@ struct HeifHandleDeleter {
 struct HeifImageDeleter {
   void operator()(heif_image* image) const { heif_image_release(image); }
 };
-
-std::string lowerExtension(const std::filesystem::path& file) {
-  std::string ext = file.extension().string();
-  if (!ext.empty()) ext.erase(0, 1);
-  std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-  return ext;
-}
 
 Expected<Picture, std::string> loadHeif(const std::filesystem::path& file, PixelOrder order) {
   std::unique_ptr<heif_context, HeifContextDeleter> context(heif_context_alloc());

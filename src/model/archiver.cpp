@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -13,31 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "model/file_descriptor.h"
+#include "model/file_names.h"
 #include "model/project_file.h"
 
 namespace brevelan::Archiver {
 namespace {
 
 namespace fs = std::filesystem;
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  int get() const { return fd_; }
-  int close() {
-    const int fd = fd_;
-    fd_ = -1;
-    return ::close(fd);
-  }
-
- private:
-  int fd_;
-};
 
 std::string folderName(const fs::path& folder) {
   const std::string name = folder.filename().string();
@@ -49,11 +31,6 @@ std::string fileSafe(std::string name) {
   std::replace(name.begin(), name.end(), '/', '-');
   if (name.empty() || name == "." || name == "..") name = "Untitled Project";
   return name;
-}
-
-std::string lowered(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
 }
 
 FileError copyError(const fs::path& file, int err) {
@@ -121,9 +98,9 @@ class Names {
     if (auto found = targets_.find(source); found != targets_.end()) return found->second;
     const fs::path original = fs::path(source).filename();
     std::string name = original.string().empty() ? "file" : original.string();
-    for (int n = 2; taken_.contains(lowered(name)); ++n)
+    for (int n = 2; taken_.contains(lowercased(name)); ++n)
       name = original.stem().string() + " " + std::to_string(n) + original.extension().string();
-    taken_.insert(lowered(name));
+    taken_.insert(lowercased(name));
     order_.push_back(source);
     return targets_.emplace(source, folder_ / name).first->second;
   }
@@ -139,12 +116,12 @@ class Names {
 
 // Copies in pieces so progress moves during a large file; errno on failure.
 int copyFile(const Copy& copy, const std::function<void(std::uintmax_t)>& advanced) {
-  Descriptor in(::open(copy.source.c_str(), O_RDONLY | O_CLOEXEC));
+  FileDescriptor in(::open(copy.source.c_str(), O_RDONLY | O_CLOEXEC));
   if (in.get() < 0) return errno;
   struct stat info {};
   if (::fstat(in.get(), &info) != 0) return errno;
   if (S_ISDIR(info.st_mode)) return EISDIR;
-  Descriptor out(::open(copy.target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  FileDescriptor out(::open(copy.target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   if (out.get() < 0) return errno;
 
   std::vector<char> buffer(1 << 20);
@@ -155,14 +132,7 @@ int copyFile(const Copy& copy, const std::function<void(std::uintmax_t)>& advanc
       if (errno == EINTR) continue;
       return errno;
     }
-    for (ssize_t done = 0; done < n;) {
-      const ssize_t w = ::write(out.get(), buffer.data() + done, static_cast<std::size_t>(n - done));
-      if (w < 0) {
-        if (errno == EINTR) continue;
-        return errno;
-      }
-      done += w;
-    }
+    if (int err = writeAll(out.get(), buffer.data(), static_cast<std::size_t>(n)); err != 0) return err;
     advanced(static_cast<std::uintmax_t>(n));
   }
   // A full disk may only show when the data reach it.

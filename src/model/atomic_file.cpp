@@ -1,4 +1,5 @@
 #include "model/atomic_file.h"
+#include "model/file_descriptor.h"
 #include "model/file_error.h"
 
 #include <fcntl.h>
@@ -13,22 +14,6 @@ namespace brevelan {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Closes a POSIX descriptor when it goes out of scope.
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { reset(); }
-  int get() const { return fd_; }
-  bool valid() const { return fd_ >= 0; }
-  int release() { int fd = fd_; fd_ = -1; return ::close(fd); }
-  void reset() { if (fd_ >= 0) ::close(fd_); fd_ = -1; }
-
- private:
-  int fd_;
-};
 
 std::string folderName(const fs::path& file) {
   fs::path folder = fs::absolute(file).parent_path();
@@ -91,7 +76,7 @@ Expected<void, FileError> writeFileAtomically(const fs::path& path, std::string_
     if (fd < 0 && errno != EEXIST) return Unexpected{writeError(errno, path)};
   }
   if (fd < 0) return Unexpected{writeError(EEXIST, path)};
-  Descriptor file(fd);
+  FileDescriptor file(fd);
 
   auto failWith = [&](int err) {
     file.reset();
@@ -103,24 +88,16 @@ Expected<void, FileError> writeFileAtomically(const fs::path& path, std::string_
   struct stat old {};
   if (::stat(path.c_str(), &old) == 0) ::fchmod(file.get(), old.st_mode & 07777);
 
-  std::size_t written = 0;
-  while (written < bytes.size()) {
-    ssize_t n = ::write(file.get(), bytes.data() + written, bytes.size() - written);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return failWith(errno);
-    }
-    written += static_cast<std::size_t>(n);
-  }
+  if (int err = writeAll(file.get(), bytes.data(), bytes.size()); err != 0) return failWith(err);
   if (::fsync(file.get()) != 0) return failWith(errno);
-  if (file.release() != 0) return failWith(errno);
+  if (file.close() != 0) return failWith(errno);
   if (::rename(temporary.c_str(), path.c_str()) != 0) {
     int err = errno;
     ::unlink(temporary.c_str());
     return Unexpected{writeError(err, path)};
   }
   // Make the rename itself durable; a failure here does not undo the save.
-  Descriptor dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  FileDescriptor dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (dir.valid()) ::fsync(dir.get());
   return {};
 }
@@ -145,7 +122,7 @@ Expected<std::string, FileError> readWholeFile(const fs::path& path) {
     }
   };
 
-  Descriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!fd.valid()) return failure(errno);
   struct stat info {};
   if (::fstat(fd.get(), &info) != 0) return failure(errno);

@@ -2,6 +2,7 @@
 
 #include "media/media_probe.h"
 #include "media/media_writer.h"
+#include "model/file_names.h"
 #include "media_fixture.h"
 
 namespace brevelan {
@@ -108,7 +109,7 @@ TEST(MediaProbe, SharedSamplesNeverCrash) {
       continue;
     }
     ++accepted;
-    EXPECT_EQ(item->kind, *MediaProbe::kindForExtension(MediaProbe::lowerExtension(entry.path())));
+    EXPECT_EQ(item->kind, *MediaProbe::kindForExtension(lowerExtension(entry.path())));
     EXPECT_TRUE(!item->hasVideo || item->width * item->height > 0);
   }
   EXPECT_GT(accepted, 5);
