@@ -1,20 +1,19 @@
 #pragma once
 
-#include <condition_variable>
-#include <deque>
 #include <filesystem>
-#include <functional>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 #include "edit/editor_services.h"
 #include "model/autosave.h"
+#include "model/serial_queue.h"
 
 namespace brevelan {
 
 // The editor's recovery copies, kept by Autosave. Encoding and writing a large
-// project takes a while, so by default the work runs on a worker thread of its
+// project takes a while, so by default the work runs on a serial queue of its
 // own, in the order asked: the editor only hands over a snapshot (a cheap
 // copy of the document value). A write that fails is dropped silently; the
 // next tick writes again. A newer write of a project replaces one still
@@ -36,23 +35,16 @@ class AutosaveCopies final : public RecoveryCopies {
   const Autosave& autosave() const { return autosave_; }
 
  private:
-  struct Job {
-    Uuid projectID;
-    std::optional<Project> project;  // absent: discard
+  struct Snapshot {
+    Project project;
     std::optional<std::filesystem::path> originalPath;
   };
-  void enqueue(Job job);
-  void run(const Job& job) const;
-  void work();
 
   Autosave autosave_;
-  Mode mode_;
   std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<Job> jobs_;
-  bool busy_ = false;
-  bool stopping_ = false;
-  std::thread worker_;
+  // Per project, the snapshot of a write that is queued but not started.
+  std::map<Uuid, std::shared_ptr<Snapshot>> waiting_;
+  std::unique_ptr<SerialQueue> queue_;  // none in immediate mode
 };
 
 }  // namespace brevelan

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "media/picture.h"
-#include "media/serial_queue.h"
+#include "model/serial_queue.h"
 #include "model/media_item.h"
 
 namespace brevelan {

@@ -1,4 +1,4 @@
-#include "media/serial_queue.h"
+#include "model/serial_queue.h"
 
 #include <pthread.h>
 
