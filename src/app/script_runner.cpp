@@ -283,8 +283,51 @@ json setSpeedCommand(const Args& a, Session& s) {
   return s.editor->setSpeed(speed.rate, speed.reverse, speed.freeze, speed.rampTo);
 }
 
-const std::vector<Op>& operations() {
-  static const std::vector<Op> table{
+// The five trim tools with their edit names.
+struct TrimTool {
+  const char* op;
+  const char* editName;
+  bool needsEdge;
+};
+constexpr TrimTool kTrimTools[] = {{"rippleTrim", "Ripple", true},
+                                   {"roll", "Roll", false},
+                                   {"slip", "Slip", false},
+                                   {"slide", "Slide", false},
+                                   {"trim", "Trim", true}};
+
+const TrimTool& trimTool(const std::string& name) {
+  for (const TrimTool& tool : kTrimTools)
+    if (name == tool.op) return tool;
+  throw ScriptError("“tool” must be rippleTrim, roll, slip, slide or trim, not " + curlyQuoted(name) + ".");
+}
+
+struct TrimRequest {
+  Uuid clip;
+  TrimEdge edge = TrimEdge::tail;
+  std::int64_t by = 0;
+  bool linked = true;
+};
+
+TrimRequest trimRequest(const Args& a, const TrimTool& tool) {
+  TrimRequest request;
+  request.clip = a.clip();
+  if (tool.needsEdge) request.edge = a.edge();
+  request.by = a.integer("by");
+  request.linked = a.linked();
+  return request;
+}
+
+std::int64_t applyTrim(const TrimTool& tool, BrevSequence& seq, const TrimRequest& r) {
+  const std::string_view op = tool.op;
+  if (op == "rippleTrim") return rippleTrim(seq, r.clip, r.edge, r.by, r.linked);
+  if (op == "trim") return trim(seq, r.clip, r.edge, r.by, r.linked);
+  if (op == "roll") return roll(seq, r.clip, r.by, r.linked);
+  if (op == "slip") return slip(seq, r.clip, r.by, r.linked);
+  return slide(seq, r.clip, r.by, r.linked);
+}
+
+std::vector<Op> makeOperations() {
+  std::vector<Op> table{
       {"blade", "clip, at, [linked]", [](const Args& a, Session& s) -> json {
          const Uuid id = a.clip();
          const std::int64_t at = a.integer("at");
@@ -295,40 +338,6 @@ const std::vector<Op>& operations() {
          const std::int64_t at = a.integer("at");
          return sequenceEdit<std::int64_t>(s, "Blade",
                                            [&](BrevSequence& seq) { return blade(seq, at, unlockedRefs(seq)); });
-       }},
-      {"rippleTrim", "clip, edge (head|tail), by, [linked]", [](const Args& a, Session& s) -> json {
-         const Uuid id = a.clip();
-         const TrimEdge edge = a.edge();
-         const std::int64_t by = a.integer("by");
-         const bool linked = a.linked();
-         return sequenceEdit<std::int64_t>(s, "Ripple",
-                                           [&](BrevSequence& seq) { return rippleTrim(seq, id, edge, by, linked); });
-       }},
-      {"roll", "clip, by, [linked]", [](const Args& a, Session& s) -> json {
-         const Uuid id = a.clip();
-         const std::int64_t by = a.integer("by");
-         const bool linked = a.linked();
-         return sequenceEdit<std::int64_t>(s, "Roll", [&](BrevSequence& seq) { return roll(seq, id, by, linked); });
-       }},
-      {"slip", "clip, by, [linked]", [](const Args& a, Session& s) -> json {
-         const Uuid id = a.clip();
-         const std::int64_t by = a.integer("by");
-         const bool linked = a.linked();
-         return sequenceEdit<std::int64_t>(s, "Slip", [&](BrevSequence& seq) { return slip(seq, id, by, linked); });
-       }},
-      {"slide", "clip, by, [linked]", [](const Args& a, Session& s) -> json {
-         const Uuid id = a.clip();
-         const std::int64_t by = a.integer("by");
-         const bool linked = a.linked();
-         return sequenceEdit<std::int64_t>(s, "Slide", [&](BrevSequence& seq) { return slide(seq, id, by, linked); });
-       }},
-      {"trim", "clip, edge (head|tail), by, [linked]", [](const Args& a, Session& s) -> json {
-         const Uuid id = a.clip();
-         const TrimEdge edge = a.edge();
-         const std::int64_t by = a.integer("by");
-         const bool linked = a.linked();
-         return sequenceEdit<std::int64_t>(s, "Trim",
-                                           [&](BrevSequence& seq) { return trim(seq, id, edge, by, linked); });
        }},
       {"setSpeed", "clip, [rate], [rampTo (null clears)], [reverse], [freeze]", setSpeedCommand},
       {"link", "clips", [](const Args& a, Session& s) -> json {
@@ -437,23 +446,11 @@ const std::vector<Op>& operations() {
        }},
       {"drag", "tool (rippleTrim|roll|slip|slide|trim), clip, [edge], by, [linked]: a preview from beginDrag",
        [](const Args& a, Session& s) -> json {
-         const std::string tool = a.text("tool");
-         const Uuid id = a.clip();
-         const std::int64_t by = a.integer("by");
-         const bool linked = a.linked();
-         const bool needsEdge = tool == "rippleTrim" || tool == "trim";
-         const TrimEdge edge = needsEdge ? a.edge() : TrimEdge::tail;
-         if (!needsEdge && tool != "roll" && tool != "slip" && tool != "slide")
-           throw ScriptError("“tool” must be rippleTrim, roll, slip, slide or trim, not " + curlyQuoted(tool) + ".");
+         const TrimTool& tool = trimTool(a.text("tool"));
+         const TrimRequest request = trimRequest(a, tool);
          if (!s.editor->dragging()) throw ScriptError("There is no drag; send beginDrag first.");
          std::int64_t applied = 0;
-         s.editor->previewDrag([&](BrevSequence& seq) {
-           if (tool == "rippleTrim") applied = rippleTrim(seq, id, edge, by, linked);
-           else if (tool == "trim") applied = trim(seq, id, edge, by, linked);
-           else if (tool == "roll") applied = roll(seq, id, by, linked);
-           else if (tool == "slip") applied = slip(seq, id, by, linked);
-           else applied = slide(seq, id, by, linked);
-         });
+         s.editor->previewDrag([&](BrevSequence& seq) { applied = applyTrim(tool, seq, request); });
          return applied;
        }},
       {"endDrag", "name", [](const Args& a, Session& s) -> json { return s.editor->endDrag(a.text("name")); }},
@@ -516,6 +513,21 @@ const std::vector<Op>& operations() {
          return nullptr;
        }},
   };
+  // The trim tools, listed after the blades, share one reading of their
+  // arguments with drag previews.
+  auto at = std::find_if(table.begin(), table.end(), [](const Op& op) { return std::string_view(op.name) == "bladeAll"; }) + 1;
+  for (const TrimTool& tool : kTrimTools)
+    at = 1 + table.insert(at, {tool.op, tool.needsEdge ? "clip, edge (head|tail), by, [linked]" : "clip, by, [linked]",
+                     [&tool](const Args& a, Session& s) -> json {
+                       const TrimRequest request = trimRequest(a, tool);
+                       return sequenceEdit<std::int64_t>(
+                           s, tool.editName, [&](BrevSequence& seq) { return applyTrim(tool, seq, request); });
+                     }});
+  return table;
+}
+
+const std::vector<Op>& operations() {
+  static const std::vector<Op> table = makeOperations();
   return table;
 }
 
