@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "model/file_error.h"
+#include "model/project_file.h"
 
 namespace brevelan {
 
@@ -20,11 +21,7 @@ std::string summarize(const Project& project) {
          << " audio tracks, " << clips << " clips, " << seq.markers.size() << " markers, " << seq.captions.size()
          << " captions\n";
   }
-  std::size_t missing = 0;
-  for (const MediaItem& item : project.media) {
-    std::error_code ec;
-    if (!std::filesystem::exists(item.path, ec)) ++missing;
-  }
+  const std::size_t missing = ProjectFile::missingMedia(project).size();
   text << project.media.size() << " media items";
   if (missing > 0) text << ", " << missing << " missing";
   text << "\n";

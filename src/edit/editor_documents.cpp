@@ -8,17 +8,6 @@
 // Opening, saving, new documents, recovery and the autosave timer.
 namespace brevelan {
 
-namespace {
-
-std::size_t missingMedia(const Project& project) {
-  std::error_code ec;
-  return static_cast<std::size_t>(std::count_if(project.media.begin(), project.media.end(), [&](const MediaItem& item) {
-    return !std::filesystem::exists(item.path, ec);
-  }));
-}
-
-}  // namespace
-
 Expected<void, FileError> EditorModel::open(const std::filesystem::path& file) {
   auto loaded = ProjectFile::load(file);
   if (!loaded) {
@@ -26,7 +15,7 @@ Expected<void, FileError> EditorModel::open(const std::filesystem::path& file) {
     return Unexpected{loaded.error()};
   }
   replaceDocument(std::move(loaded).value(), file, false);
-  const std::size_t missing = missingMedia(state_.project);
+  const std::size_t missing = ProjectFile::missingMedia(state_.project).size();
   setStatus(missing > 0 ? std::to_string(missing) + " media file(s) are missing — use Media ▸ Relink" : "Ready");
   return {};
 }

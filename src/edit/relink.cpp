@@ -1,6 +1,7 @@
 #include "edit/relink.h"
 
 #include "model/file_names.h"
+#include "model/project_file.h"
 
 #include <algorithm>
 #include <cctype>
@@ -46,14 +47,6 @@ bool walk(const fs::path& folder, Visit& visit) {
 
 namespace Relinker {
 
-std::vector<MediaItem> missing(const Project& project) {
-  std::vector<MediaItem> items;
-  std::error_code ec;
-  for (const MediaItem& item : project.media)
-    if (!fs::exists(item.path, ec)) items.push_back(item);
-  return items;
-}
-
 std::map<Uuid, std::string> search(const std::vector<MediaItem>& items, const fs::path& folder,
                                    const MediaProber& prober) {
   std::unordered_map<std::string, std::vector<const MediaItem*>> byName;
@@ -93,7 +86,7 @@ std::string folderPrompt(std::size_t count) {
 }  // namespace Relinker
 
 RelinkOutcome relink(EditorModel& editor, const fs::path& folder, const MediaProber& prober) {
-  const std::vector<MediaItem> missing = Relinker::missing(editor.project());
+  const std::vector<MediaItem> missing = ProjectFile::missingMedia(editor.project());
   if (missing.empty()) {
     RelinkOutcome outcome{RelinkOutcome::Kind::nothingToRelink, 0, "Nothing to relink",
                           "Every media file in this project is where Brevelan expects it."};

@@ -20,9 +20,6 @@ namespace Relinker {
 // A file's length counts as the same when it differs by less than this.
 inline constexpr double kLengthTolerance = 0.5;
 
-// The media items whose file does not exist, in project order.
-std::vector<MediaItem> missing(const Project& project);
-
 // Walks `folder` and every readable subfolder (unreadable ones are skipped,
 // symbolic links to folders are not followed) and pairs each missing item
 // with the first file found whose name matches without regard to case and

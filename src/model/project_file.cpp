@@ -97,6 +97,13 @@ Project withRelativePaths(const Project& project, const fs::path& projectFile) {
   return copy;
 }
 
+std::vector<MediaItem> missingMedia(const Project& project) {
+  std::vector<MediaItem> missing;
+  for (const MediaItem& item : project.media)
+    if (!fileExists(item.path)) missing.push_back(item);
+  return missing;
+}
+
 std::string encode(const Project& project) {
   JsonWriter writer;
   coding::write(writer, project);

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "model/expected.h"
 #include "model/file_error.h"
@@ -32,6 +33,9 @@ Project withRelativePaths(const Project& project, const std::filesystem::path& p
 // The path from a folder to a file ("../Media/clip.mov"), or nothing when the
 // two share no more than the root "/".
 std::optional<std::string> relative(const std::filesystem::path& path, const std::filesystem::path& folder);
+
+// The media items whose file is not where `path` says, in project order.
+std::vector<MediaItem> missingMedia(const Project& project);
 
 // The encoded bytes, as save writes them.
 std::string encode(const Project& project);

@@ -1,4 +1,5 @@
 #include "edit/relink.h"
+#include "model/project_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -71,7 +72,7 @@ TEST_F(Relinking, FindsMovedFilesByNameAndLengthInSubfolders) {
 TEST_F(Relinking, OneFileEachAndTheFirstFoundWins) {
   project.media = {item("/gone/x.mov", 10), item("/elsewhere/x.mov", 10)};
   for (const char* file : {"new/b/x.mov", "new/a/x.mov", "new/x.mov"}) writeFile(dir / file, seconds(10));
-  const auto found = Relinker::search(Relinker::missing(project), dir / "new", prober);
+  const auto found = Relinker::search(ProjectFile::missingMedia(project), dir / "new", prober);
   EXPECT_EQ(found, (std::map<Uuid, std::string>{{project.media[0].id, (dir / "new/x.mov").string()},
                                                 {project.media[1].id, (dir / "new/a/x.mov").string()}}));
 }
@@ -92,7 +93,7 @@ TEST_F(Relinking, UnreadableSubfoldersAreSkipped) {
   writeFile(dir / "new/open/Clip.MOV", seconds(20));
   ::chmod((dir / "new/locked").c_str(), 0);
   fs::create_symlink(dir / "new", dir / "new/open/loop");  // not followed
-  const std::vector<MediaItem> missing = Relinker::missing(project);
+  const std::vector<MediaItem> missing = ProjectFile::missingMedia(project);
   EXPECT_EQ(testing::runUnprivileged([&] {
               const auto found = Relinker::search(missing, dir / "new", prober);
               return found.size() == 1 && found.count(project.media[1].id) ? 10 : 11;
