@@ -8,7 +8,9 @@
 #include <memory>
 #include <numbers>
 
+#include "sound/compressor.h"
 #include "sound/eq.h"
+#include "sound/noise_gate.h"
 #include "sound/mixer.h"
 
 namespace {
@@ -79,6 +81,54 @@ void BM_EQTenBands(benchmark::State& state) {
   state.counters["x realtime"] = benchmark::Counter(10, benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_EQTenBands)->Unit(benchmark::kMillisecond);
+
+// The dynamics effects alone over 10 s of a tone above the compressor's threshold.
+void BM_GateAndCompressor(benchmark::State& state) {
+  std::vector<float> buffer(2 * 10 * kRate);
+  for (std::size_t n = 0; n < buffer.size(); ++n)
+    buffer[n] = static_cast<float>(0.3 * std::sin(2 * std::numbers::pi * 220 * static_cast<double>(n / 2) / kRate));
+  for (auto _ : state) {
+    NoiseGate gate(-50);
+    Compressor compressor(-18, 3, 0);
+    if (state.range(0) == 0) gate.process(buffer, 0, 10 * kRate);
+    else compressor.process(buffer, 0, 10 * kRate);
+  }
+  state.counters["x realtime"] = benchmark::Counter(10, benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK(BM_GateAndCompressor)->Arg(0)->Arg(1)->ArgName("compressor")->Unit(benchmark::kMillisecond);
+
+// The target load: 8 tracks × 60 s, four 15-second clips per track joined by
+// crossfades, every clip with all ten EQ bands, the gate and the compressor.
+void BM_EightTracksAllEffects(benchmark::State& state) {
+  Synthetic sound;
+  Project project = Project::make();
+  MediaItem item;
+  item.id = Uuid::make();
+  item.hasAudio = true;
+  item.duration = 60;
+  project.media.push_back(item);
+  BrevSequence& seq = *project.mutableActiveSequence();
+  while (seq.audio.size() < 8) seq.audio.push_back(Track::make(TrackKind::audio, "A"));
+  for (std::size_t t = 0; t < seq.audio.size(); ++t) {
+    for (int c = 0; c < 4; ++c) {
+      Clip clip = Clip::make(ClipSource::media(item.id), "tone", c * 450, 450, 60, 1800);
+      if (c > 0) clip.transitionIn = Transition{};
+      AudioFX& fx = clip.audio.mut();
+      fx.eqOn = fx.gateOn = fx.compOn = true;
+      fx.eq = {3, -2, 1, 2, 4, -6, 2, 1, 1, 5};
+      fx.gateThresholdDB = -50;
+      fx.compThresholdDB = -18;
+      fx.compRatio = 3;
+      seq.audio.mut(t).clips.push_back(clip);
+    }
+  }
+  const Mixer mixer(project, sound);
+  const std::int64_t frames = Mixer::sampleCount(seq);
+  for (auto _ : state) benchmark::DoNotOptimize(mixer.renderMix(seq, 0, frames));
+  state.counters["x realtime"] =
+      benchmark::Counter(static_cast<double>(frames) / kRate, benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK(BM_EightTracksAllEffects)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

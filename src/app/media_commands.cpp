@@ -109,6 +109,7 @@ Expected<Project, std::string> makeSampleProjectWithMedia(const fs::path& folder
   v1[0].linkID = a1[0].linkID = Uuid::make();
   v1[2].linkID = a1[1].linkID = Uuid::make();
   std::vector<Clip> a2{mediaClip(click, rate, 0, 240), mediaClip(tone, rate, 240, 90)};
+  a2[0].name = "Music";
   a2[0].audio.mut().gainDB = -12;
   a2[1].audio.mut().gainDB = -18;
   a2[1].audio.mut().fadeIn = 15;

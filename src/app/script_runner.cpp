@@ -17,6 +17,7 @@
 #include "model/json_writer.h"
 #include "model/project_coding.h"
 #include "model/project_file.h"
+#include "sound/clip_beats.h"
 
 namespace brevelan {
 namespace {
@@ -406,6 +407,10 @@ std::vector<Op> makeOperations() {
          const std::int64_t frame = a.has("frame") ? a.integer("frame") : s.editor->state().playhead;
          return s.editor->addMarker(frame, a.has("name") ? a.text("name") : std::string());
        }},
+      {"markBeats", "[clip]: a marker on every beat of the sound clip (or the selected one)",
+       [](const Args& a, Session& s) -> json {
+         return command(s, [&] { return s.editor->markBeats(a.has("clip") ? std::optional(a.clip()) : std::nullopt); });
+       }},
       {"addTrack", "kind (video|audio)", [](const Args& a, Session& s) -> json {
          const auto kind = fromText<TrackKind>(a.text("kind"));
          if (!kind) throw ScriptError("“kind” must be \"video\" or \"audio\".");
@@ -568,6 +573,9 @@ int runScript(const std::filesystem::path& project, const std::optional<std::fil
   Session session;
   EditorServices services;
   services.clock = [&session] { return session.clock; };
+  services.findBeats = [](const Project& project, const BrevSequence& seq, const Uuid& clip) {
+    return clipBeats(Mixer(project), seq, clip);
+  };
   session.editor = std::make_unique<EditorModel>(std::move(loaded).value(), std::move(services));
 
   bool anyError = false;

@@ -75,6 +75,35 @@ bool EditorModel::addMarker(std::int64_t frame, std::string name) {
   });
 }
 
+bool EditorModel::markBeats(std::optional<Uuid> clip) {
+  const BrevSequence* seq = activeSequence();
+  if (!seq) return false;
+  if (!clip) {
+    for (const Uuid& id : selectedClips()) {
+      const auto where = locate(*seq, id);
+      if (where && where->track.kind == TrackKind::audio) {
+        clip = id;
+        break;
+      }
+    }
+  }
+  const auto where = clip ? locate(*seq, *clip) : std::nullopt;
+  if (!where || where->track.kind != TrackKind::audio) return false;
+  const std::int64_t start = trackAt(*seq, where->track).clips[where->index].start;
+  const std::vector<double> beats = services_.findBeats ? services_.findBeats(project(), *seq, *clip) : std::vector<double>{};
+  if (beats.empty()) {
+    showAlert("No beat found", "Brevelan could not hear a clear beat in that clip.");
+    return false;
+  }
+  const FrameRate rate = seq->rate;
+  const bool changed = editSeq("Mark Beats", false, true, [&](BrevSequence& s) {
+    for (const double beat : beats) s.markers.push_back(Marker{Uuid::make(), start + rate.frames(beat), "Beat", 0});
+    s.markers.sortBy([](const Marker& a, const Marker& b) { return a.frame < b.frame; });
+  });
+  if (changed) setStatus("Marked " + std::to_string(beats.size()) + " beats");
+  return changed;
+}
+
 bool EditorModel::addTrack(TrackKind kind) {
   return editSeq("Add Track", false, true, [&](BrevSequence& seq) {
     SharedList<Track>& tracks = seq.tracks(kind);

@@ -138,6 +138,9 @@ class EditorModel {
   bool addTitle(TitleStyle style);                    // "Add Title", 5 seconds
   bool addMarker(std::int64_t frame, std::string name);  // "Add Marker"
   bool addTrack(TrackKind kind);                      // "Add Track", named V3, A3, …
+  // A marker on every beat of a sound clip (the selected one without an id);
+  // "No beat found" when there is none.
+  bool markBeats(std::optional<Uuid> clip = std::nullopt);  // "Mark Beats"
   // On the cut at the clip's head; false without a clip touching it on the left.
   bool addTransition(const Uuid& clip, Transition transition);  // "Add Transition"
   bool addVolumeKey(const Uuid& clip, std::int64_t frame, double dB);  // "Volume Key"

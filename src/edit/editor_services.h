@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "model/frame_rate.h"
 #include "model/project.h"
@@ -75,6 +76,10 @@ struct EditorServices {
   std::shared_ptr<ProgramPlayer> player;
   std::shared_ptr<RecoveryCopies> recovery;
   std::function<double()> clock;  // seconds, never going backwards
+  // Renders one sound clip alone (gain, fades, speed and effects included)
+  // and returns its beats in seconds from the clip's start. Without it no
+  // beat is ever found.
+  std::function<std::vector<double>(const Project&, const BrevSequence&, const Uuid& clip)> findBeats;
   std::function<void()> beep;
 };
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "model/expected.h"
+#include "model/media_item.h"
 
 namespace brevelan {
 
@@ -25,11 +26,17 @@ struct PCMSource {
 // a file that appears later is tried again.
 class AudioCache {
  public:
+  static constexpr std::int64_t kPeakFrames = 480;
+
   using Result = Expected<std::shared_ptr<const PCMSource>, std::string>;
 
   static AudioCache& shared();
 
   Result source(const std::string& path);
+  // Waveform peaks of a media item's sound for the bin and the timeline: one
+  // value per 480 frames (100 a second), the largest absolute sample of both
+  // channels. Null when the item has no sound or it cannot be decoded.
+  std::shared_ptr<const std::vector<float>> peaks(const MediaItem& item);
   void forget(const std::string& path);
   // Decodes run so far (the cache's own measure of its hits).
   std::int64_t decodes() const;
@@ -37,6 +44,7 @@ class AudioCache {
  private:
   mutable std::mutex lock_;
   std::map<std::string, std::shared_future<Result>> sources_;
+  std::map<std::string, std::shared_ptr<const std::vector<float>>> peaks_;
   std::int64_t decodes_ = 0;
 };
 

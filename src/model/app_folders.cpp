@@ -26,6 +26,8 @@ std::filesystem::path support() { return dataHome() / "vael-brevelan"; }
 
 std::filesystem::path autosave() { return support() / "Autosave"; }
 
+std::filesystem::path mixCache() { return support() / "Mix Cache"; }
+
 std::filesystem::path trash() { return dataHome() / "Trash"; }
 
 }  // namespace brevelan::AppFolders

@@ -14,6 +14,8 @@ std::filesystem::path dataHome();
 std::filesystem::path support();
 // support()/Autosave: recovery copies and the session lock.
 std::filesystem::path autosave();
+// support()/Mix Cache: rendered track stems, named by their content key.
+std::filesystem::path mixCache();
 // dataHome()/Trash, the user's freedesktop.org trash.
 std::filesystem::path trash();
 

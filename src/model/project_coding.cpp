@@ -496,6 +496,9 @@ void write(JsonWriter& w, const Date& date) { w.value(date.secondsSince2001); }
 Date readDate(const JsonReader& reader) { return Date{reader.number()}; }
 
 void write(JsonWriter& w, const Clip& clip) { writeClip(w, clip); }
+void write(JsonWriter& w, const Track& track) { writeTrack(w, track); }
+void write(JsonWriter& w, const BrevSequence& seq) { writeSequence(w, seq); }
+void write(JsonWriter& w, const MediaItem& item) { writeMedia(w, item); }
 
 Clip decodeClip(const JsonReader& reader) { return readClip(reader); }
 

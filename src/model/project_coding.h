@@ -26,6 +26,10 @@ void write(JsonWriter& writer, const Date& date);
 // One clip on its own (the scripting interface sets clip fields through this form).
 void write(JsonWriter& writer, const Clip& clip);
 Clip decodeClip(const JsonReader& reader);  // throws JsonReader::DecodeFailure
+// Single records, for content keys (a stem's key is made from its track's form).
+void write(JsonWriter& writer, const Track& track);
+void write(JsonWriter& writer, const BrevSequence& seq);
+void write(JsonWriter& writer, const MediaItem& item);
 Date readDate(const JsonReader& reader);
 
 }  // namespace coding

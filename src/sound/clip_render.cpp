@@ -1,6 +1,7 @@
 // Mixer::addClip: one clip's sound, from its source samples through speed,
 // effects, level, fades, crossfades and pan into a track buffer.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -13,7 +14,8 @@
 namespace brevelan {
 namespace {
 
-constexpr std::int64_t kBlock = 32;  // frames that share one gain and pan
+constexpr std::int64_t kBlock = 32;    // frames that share one gain and pan
+constexpr std::int64_t kChunk = 1024;  // frames carried through the chain at once (a whole number of blocks)
 constexpr double kRate = Mixer::kRate;
 
 // Sequence frame → sample frame, rounded to nearest.
@@ -66,6 +68,11 @@ void readSource(const PCMSource& src, const SpeedMap& map, std::int64_t s0, std:
 
 void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const BrevSequence& seq,
                     std::span<float> into, std::int64_t from, std::int64_t count, int depth) const {
+  addClip(clip, prev, next, seq, into, from, count, depth, Balance{});
+}
+
+void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const BrevSequence& seq,
+                    std::span<float> into, std::int64_t from, std::int64_t count, int depth, Balance balance) const {
   count = std::min(count, static_cast<std::int64_t>(into.size() / 2));
   if (!clip.enabled || clip.audio->muted || count <= 0) return;
   const AudioFX& fx = *clip.audio;
@@ -87,41 +94,35 @@ void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const 
   if (!src) return;
 
   // The effects carry state from the clip's first sample, so with any of them
-  // on the clip is rendered from s0 and sounds the same wherever playback starts.
-  // Without them, rendering starts at the window.
+  // on the clip is rendered from s0 and sounds the same wherever playback
+  // starts. Without them, rendering starts at the block that holds the window.
+  // Blocks count from s0 whatever the window, so a sample's gain never depends
+  // on where rendering began.
   const bool effects = fx.eqOn || fx.gateOn || fx.compOn;
-  const std::int64_t r0 = effects ? s0 : lo;
-  std::vector<float> buffer(static_cast<std::size_t>(2 * (hi - r0)), 0.0f);
+  const std::int64_t r0 = effects ? s0 : s0 + (lo - s0) / kBlock * kBlock;
 
   const double fps = static_cast<double>(seq.rate.num) / static_cast<double>(seq.rate.den);
   const double clipStart = static_cast<double>(seq.rate.den) * static_cast<double>(clip.start) /
                            static_cast<double>(seq.rate.num);
   const auto duration = static_cast<double>(clip.duration);
-  if (!clip.speed.freeze) {
-    const SpeedSettings& sp = clip.speed;
-    const SpeedMap map{fps,
-                       clipStart,
-                       duration,
-                       sp.rate,
-                       sp.rampTo ? *sp.rampTo - sp.rate : 0.0,
-                       static_cast<double>(sp.consumed(clip.duration)),
-                       static_cast<double>(clip.sourceIn),
-                       sp.rampTo.has_value() && clip.duration >= 1,
-                       sp.reverse};
-    readSource(*src, map, r0, hi, buffer.data());
-  }
+  const SpeedSettings& sp = clip.speed;
+  const SpeedMap map{fps,
+                     clipStart,
+                     duration,
+                     sp.rate,
+                     sp.rampTo ? *sp.rampTo - sp.rate : 0.0,
+                     static_cast<double>(sp.consumed(clip.duration)),
+                     static_cast<double>(clip.sourceIn),
+                     sp.rampTo.has_value() && clip.duration >= 1,
+                     sp.reverse};
 
-  if (fx.eqOn) applyEQ(fx.eq, buffer);
-  const auto frames = static_cast<std::int64_t>(buffer.size() / 2);
-  if (fx.gateOn) NoiseGate(fx.gateThresholdDB).process(buffer, 0, frames);
-  if (fx.compOn) Compressor(fx.compThresholdDB, fx.compRatio, fx.compMakeupDB).process(buffer, 0, frames);
+  EQChain eq(fx.eqOn ? std::span<const double>(fx.eq) : std::span<const double>());
+  NoiseGate gate(fx.gateThresholdDB);
+  Compressor compressor(fx.compThresholdDB, fx.compRatio, fx.compMakeupDB);
 
-  // Level, fades, crossfades and pan, once per block. Blocks count from s0
-  // whatever the window, so a sample's gain never depends on where rendering began.
   const double halfD = static_cast<double>(d / 2);
   const double outFrom = duration - static_cast<double>(e / 2);
-  const std::int64_t firstBlock = s0 + (lo - s0) / kBlock * kBlock;
-  for (std::int64_t b = firstBlock; b < hi; b += kBlock) {
+  const auto levelAt = [&](std::int64_t b, float& left, float& right) {
     const double v = fps * (static_cast<double>(b) / kRate - clipStart);
     const double dB = fx.gainDB + fx.volumeKeys.value(v, 0);
     double g = dB < -90 ? 1e-10 : std::pow(10.0, dB / 20);
@@ -140,16 +141,37 @@ void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const 
     }
     if (!std::isfinite(g)) g = 0;
     const double p = fx.panKeys.empty() ? fx.pan : fx.panKeys.value(v, fx.pan);
-    const auto left = static_cast<float>(g * (p > 0 ? 1 - p : 1));
-    const auto right = static_cast<float>(g * (p < 0 ? 1 + p : 1));
+    left = static_cast<float>(g * (p > 0 ? 1 - p : 1)) * balance.left;
+    right = static_cast<float>(g * (p < 0 ? 1 + p : 1)) * balance.right;
+  };
 
-    const std::int64_t a = std::max(b, lo);
-    const std::int64_t z = std::min(b + kBlock, hi);
-    const float* in = buffer.data() + 2 * (a - r0);
-    float* out = into.data() + 2 * (a - from);
-    for (std::int64_t s = a; s < z; ++s, in += 2, out += 2) {
-      out[0] += in[0] * left;
-      out[1] += in[1] * right;
+  // The clip runs through the whole chain a chunk at a time, so its samples
+  // stay in cache from the source read to the track buffer.
+  std::array<float, 2 * kChunk> chunk;
+  for (std::int64_t c0 = r0; c0 < hi; c0 += kChunk) {
+    const std::int64_t c1 = std::min(c0 + kChunk, hi);
+    const std::span<float> piece(chunk.data(), static_cast<std::size_t>(2 * (c1 - c0)));
+    if (sp.freeze)
+      std::fill(piece.begin(), piece.end(), 0.0f);
+    else
+      readSource(*src, map, c0, c1, piece.data());
+    eq.process(piece);
+    if (fx.gateOn) gate.process(piece, 0, c1 - c0);
+    if (fx.compOn) compressor.process(piece, 0, c1 - c0);
+    if (c1 <= lo) continue;  // still before the window: only the effects' state matters
+
+    for (std::int64_t b = c0; b < c1; b += kBlock) {
+      const std::int64_t a = std::max(b, lo);
+      const std::int64_t z = std::min(b + kBlock, c1);
+      if (a >= z) continue;
+      float left, right;
+      levelAt(b, left, right);
+      const float* in = chunk.data() + 2 * (a - c0);
+      float* out = into.data() + 2 * (a - from);
+      for (std::int64_t s = a; s < z; ++s, in += 2, out += 2) {
+        out[0] += in[0] * left;
+        out[1] += in[1] * right;
+      }
     }
   }
 }

@@ -18,15 +18,10 @@ class Compressor {
 
  private:
   double thresholdDB_;
-  // The threshold as a level: below it no logarithm is needed.
-  float thresholdLevel_;
   double makeupDB_;
   double slope_;
   float envelope_ = 0;
   float reductionDB_ = 0;
-  // The gain of the last reduction, reused while the reduction holds still.
-  float lastReductionDB_ = 0;
-  float lastGain_;
 };
 
 }  // namespace brevelan

@@ -17,40 +17,9 @@ constexpr std::array<double, 31> kThirtyOne{20,   25,   31.5, 40,   50,   63,   
                                             250,  315,  400,  500,  630,  800,  1000,  1250,  1600,  2000, 2500,
                                             3150, 4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
 
-// One section's state for one channel, in double.
-struct SectionState {
-  double z1 = 0;
-  double z2 = 0;
-};
-
-// Every active band over both channels in one pass. Each band still sees
-// exactly the float samples the band before it wrote, and each channel's
-// state is its own, so the result equals running the bands one after the
-// other over left, then right; one pass keeps the data in registers and
-// gives the processor two independent chains to overlap.
-void runSections(const BiquadCoef* k, std::size_t count, float* samples, std::size_t frames) {
-  std::array<SectionState, kEQFrequencies.size()> left{};
-  std::array<SectionState, kEQFrequencies.size()> right{};
-  for (std::size_t n = 0; n < frames; ++n) {
-    float l = samples[2 * n];
-    float r = samples[2 * n + 1];
-    for (std::size_t b = 0; b < count; ++b) {
-      const BiquadCoef& c = k[b];
-      const double xl = l;
-      const double xr = r;
-      const double yl = c.b0 * xl + left[b].z1;
-      const double yr = c.b0 * xr + right[b].z1;
-      left[b].z1 = left[b].z2 + c.b1 * xl - c.a1 * yl;
-      right[b].z1 = right[b].z2 + c.b1 * xr - c.a1 * yr;
-      left[b].z2 = c.b2 * xl - c.a2 * yl;
-      right[b].z2 = c.b2 * xr - c.a2 * yr;
-      l = static_cast<float>(yl);
-      r = static_cast<float>(yr);
-    }
-    samples[2 * n] = l;
-    samples[2 * n + 1] = r;
-  }
-}
+// Left and right in one register: both channels run the same section with
+// their own state, so each step does the two channels' arithmetic at once.
+using Pair = double __attribute__((vector_size(16)));
 
 }  // namespace
 
@@ -70,19 +39,55 @@ BiquadCoef peakingCoef(double frequency, double gainDB) {
   return k;
 }
 
-void applyEQ(std::span<const double> gains, std::span<float> interleaved) {
-  const std::size_t frames = interleaved.size() / 2;
-  if (frames < 1) return;
+EQChain::EQChain(std::span<const double> gains) {
   const std::size_t bands = std::min(gains.size(), kEQFrequencies.size());
-  std::array<BiquadCoef, kEQFrequencies.size()> active;
-  std::size_t count = 0;
   for (std::size_t i = 0; i < bands; ++i) {
     // A NaN gain would poison every later sample; treat it as off.
     if (!std::isfinite(gains[i]) || std::abs(gains[i]) <= 0.01) continue;
-    active[count++] = peakingCoef(kEQFrequencies[i], gains[i]);
+    bands_[count_++] = peakingCoef(kEQFrequencies[i], gains[i]);
   }
-  if (count > 0) runSections(active.data(), count, interleaved.data(), frames);
 }
+
+// Every active band in one pass over the frames. Each band still sees exactly
+// the float samples the band before it wrote, as if the bands ran one after
+// the other; one pass keeps the data in registers and lets the processor
+// overlap the bands' dependency chains.
+void EQChain::process(std::span<float> interleaved) {
+  const std::size_t frames = interleaved.size() / 2;
+  if (count_ == 0 || frames < 1) return;
+  std::array<Pair, 10> z1, z2, b0, b1, b2, a1, a2;
+  for (std::size_t b = 0; b < count_; ++b) {
+    z1[b] = Pair{z1l_[b], z1r_[b]};
+    z2[b] = Pair{z2l_[b], z2r_[b]};
+    const BiquadCoef& c = bands_[b];
+    b0[b] = Pair{c.b0, c.b0};
+    b1[b] = Pair{c.b1, c.b1};
+    b2[b] = Pair{c.b2, c.b2};
+    a1[b] = Pair{c.a1, c.a1};
+    a2[b] = Pair{c.a2, c.a2};
+  }
+  float* s = interleaved.data();
+  for (std::size_t n = 0; n < frames; ++n, s += 2) {
+    Pair x{s[0], s[1]};
+    for (std::size_t b = 0; b < count_; ++b) {
+      const Pair y = b0[b] * x + z1[b];
+      z1[b] = z2[b] + b1[b] * x - a1[b] * y;
+      z2[b] = b2[b] * x - a2[b] * y;
+      // Each band hands on a 32-bit sample, as a stored buffer would.
+      x = Pair{static_cast<float>(y[0]), static_cast<float>(y[1])};
+    }
+    s[0] = static_cast<float>(x[0]);
+    s[1] = static_cast<float>(x[1]);
+  }
+  for (std::size_t b = 0; b < count_; ++b) {
+    z1l_[b] = z1[b][0];
+    z1r_[b] = z1[b][1];
+    z2l_[b] = z2[b][0];
+    z2r_[b] = z2[b][1];
+  }
+}
+
+void applyEQ(std::span<const double> gains, std::span<float> interleaved) { EQChain(gains).process(interleaved); }
 
 std::span<const double> eqFrequencies(EQMode mode) {
   if (mode == EQMode::thirtyOne) return kThirtyOne;

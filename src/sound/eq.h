@@ -22,9 +22,27 @@ inline constexpr std::array<double, 10> kEQFrequencies{31, 62, 125, 250, 500, 10
 // Bands at or above 98% of Nyquist pass the sound through.
 BiquadCoef peakingCoef(double frequency, double gainDB);
 
-// The ten-band EQ over a whole interleaved stereo buffer, in place. Band i
-// uses gains[i]; missing bands and gains within ±0.01 dB are skipped, so they
-// leave the samples bit-identical. Allocates nothing.
+// The ten-band EQ as one run over consecutive pieces of a stereo stream: the
+// state carries from piece to piece, so processing a buffer in pieces gives
+// exactly the samples of processing it whole. Band i uses gains[i]; missing
+// bands and gains within ±0.01 dB are skipped, leaving the samples
+// bit-identical. Allocates nothing.
+class EQChain {
+ public:
+  explicit EQChain(std::span<const double> gains);
+
+  bool active() const { return count_ > 0; }
+  void process(std::span<float> interleaved);
+
+ private:
+  std::array<BiquadCoef, 10> bands_{};
+  std::size_t count_ = 0;
+  // z1, z2 of each band for left and right.
+  std::array<double, 10> z1l_{}, z1r_{}, z2l_{}, z2r_{};
+};
+
+// The ten-band EQ over a whole interleaved stereo buffer, in place, from a
+// fresh state.
 void applyEQ(std::span<const double> gains, std::span<float> interleaved);
 
 // Band layouts of the equaliser. Only `ten` drives the clip EQ.

@@ -14,17 +14,6 @@ SoundProvider& cachedProvider() {
 
 double dbToGain(double dB) { return std::pow(10.0, dB / 20); }
 
-// Linear balance: the far side is turned down, the near side keeps its level.
-void panBuffer(std::span<float> buffer, double pan) {
-  if (pan > 0) {
-    const auto left = static_cast<float>(1 - pan);
-    for (std::size_t i = 0; i < buffer.size(); i += 2) buffer[i] *= left;
-  } else if (pan < 0) {
-    const auto right = static_cast<float>(1 + pan);
-    for (std::size_t i = 1; i < buffer.size(); i += 2) buffer[i] *= right;
-  }
-}
-
 }  // namespace
 
 Mixer::Mixer(const Project& project, SoundProvider& provider) : project_(project), provider_(provider) {}
@@ -36,16 +25,20 @@ std::int64_t Mixer::sampleCount(const BrevSequence& seq) {
   return roundHalfAway(static_cast<double>(seq.rate.den) * frames / static_cast<double>(seq.rate.num) * kRate);
 }
 
-std::vector<float> Mixer::renderTrack(const BrevSequence& seq, const Track& track, std::int64_t from,
-                                      std::int64_t count, int depth) const {
-  std::vector<float> buffer(static_cast<std::size_t>(2 * std::max<std::int64_t>(count, 0)), 0.0f);
-  if (count <= 0) return buffer;
+void Mixer::addTrack(const BrevSequence& seq, const Track& track, std::span<float> into, std::int64_t from,
+                     std::int64_t count, int depth, Balance balance) const {
   const std::size_t clips = track.clips.size();
   for (std::size_t i = 0; i < clips; ++i) {
     const Clip* prev = i > 0 ? &track.clips[i - 1] : nullptr;
     const Clip* next = i + 1 < clips ? &track.clips[i + 1] : nullptr;
-    addClip(track.clips[i], prev, next, seq, buffer, from, count, depth);
+    addClip(track.clips[i], prev, next, seq, into, from, count, depth, balance);
   }
+}
+
+std::vector<float> Mixer::renderTrack(const BrevSequence& seq, const Track& track, std::int64_t from,
+                                      std::int64_t count, int depth) const {
+  std::vector<float> buffer(static_cast<std::size_t>(2 * std::max<std::int64_t>(count, 0)), 0.0f);
+  if (count > 0) addTrack(seq, track, buffer, from, count, depth, Balance{});
   return buffer;
 }
 
@@ -65,10 +58,10 @@ std::vector<float> Mixer::renderMix(const BrevSequence& seq, std::int64_t from, 
     const bool silent = track.muted || (anySolo && !track.solo);
     const double gain = silent ? 0.0 : master * dbToGain(track.volumeDB);
     if (!(gain > 0)) continue;
-    std::vector<float> buffer = renderTrack(seq, track, from, count, depth);
-    panBuffer(buffer, track.pan);
-    const auto g = static_cast<float>(gain);
-    for (std::size_t i = 0; i < mix.size(); ++i) mix[i] += buffer[i] * g;
+    // Linear balance: the far side is turned down, the near side keeps its level.
+    const double pan = track.pan;
+    addTrack(seq, track, mix, from, count, depth,
+             Balance{static_cast<float>(gain * (pan > 0 ? 1 - pan : 1)), static_cast<float>(gain * (pan < 0 ? 1 + pan : 1))});
   }
   return mix;
 }

@@ -43,7 +43,20 @@ class Mixer {
   // Frames of a sequence's sound: round(max(duration, 1) seconds × 48000).
   static std::int64_t sampleCount(const BrevSequence& seq);
 
+  const Project& project() const { return project_; }
+
  private:
+  // Track gain and balance are linear, so they are folded into each clip's
+  // own level: the clips go straight into the mix, with no track buffer.
+  struct Balance {
+    float left = 1;
+    float right = 1;
+  };
+  void addTrack(const BrevSequence& seq, const Track& track, std::span<float> into, std::int64_t from,
+                std::int64_t count, int depth, Balance balance) const;
+  void addClip(const Clip& clip, const Clip* prev, const Clip* next, const BrevSequence& seq, std::span<float> into,
+               std::int64_t from, std::int64_t count, int depth, Balance balance) const;
+
   const Project& project_;
   SoundProvider& provider_;
 };

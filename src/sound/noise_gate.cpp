@@ -19,23 +19,28 @@ void NoiseGate::process(std::span<float> interleaved, std::int64_t from, std::in
   const auto frames = static_cast<std::int64_t>(interleaved.size() / 2);
   from = std::max<std::int64_t>(from, 0);
   to = std::min(to, frames);
-  float* s = interleaved.data();
-  for (std::int64_t n = from; n < to; ++n) {
-    float& left = s[2 * n];
-    float& right = s[2 * n + 1];
-    envelope_ = std::max({std::abs(left), std::abs(right), envelope_ * kDecay});
-    float target;
-    if (envelope_ >= open_) {
-      hold_ = kHoldFrames;
-      target = 1;
-    } else {
-      target = hold_ < 1 ? 0.0f : 1.0f;
-    }
-    if (target == 1) --hold_;
-    gain_ += (target > gain_ ? kRise : kFall) * (target - gain_);
-    left *= gain_;
-    right *= gain_;
+  // The state lives in locals for the loop: the samples are floats too, so
+  // the compiler could not otherwise keep it in registers.
+  float envelope = envelope_;
+  float gain = gain_;
+  std::int64_t hold = hold_;
+  const auto open = static_cast<float>(open_);
+  float* s = interleaved.data() + 2 * from;
+  for (std::int64_t n = from; n < to; ++n, s += 2) {
+    envelope = std::max(std::max(std::abs(s[0]), std::abs(s[1])), envelope * kDecay);
+    if (envelope >= open) hold = kHoldFrames;
+    const float target = hold < 1 ? 0.0f : 1.0f;
+    if (hold >= 1) --hold;
+    // Rising or falling rate without a branch: with rising the faster, the
+    // right step is always the larger one.
+    const float d = target - gain;
+    gain += std::max(kRise * d, kFall * d);
+    s[0] *= gain;
+    s[1] *= gain;
   }
+  envelope_ = envelope;
+  gain_ = gain;
+  hold_ = hold;
 }
 
 }  // namespace brevelan

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "app/media_commands.h"
+#include "app/script_runner.h"
 #include "model/project_file.h"
 #include "sound/mixer.h"
 #include "support/temp_dir.h"
@@ -14,10 +15,25 @@
 namespace brevelan {
 namespace {
 
-TEST(MixCommand, WritesTheMixersSamplesAsFloatWav) {
-  testing::TempDir dir;
+// The demo's media take a while to write: one demo serves every test here.
+class DemoSound : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    dir_ = new testing::TempDir;
+    std::ostringstream out, err;
+    ASSERT_EQ(runDemoCommand({dir_->path().string()}, out, err), 0) << err.str();
+  }
+  static void TearDownTestSuite() {
+    delete dir_;
+    dir_ = nullptr;
+  }
+  static testing::TempDir* dir_;
+};
+testing::TempDir* DemoSound::dir_ = nullptr;
+
+TEST_F(DemoSound, MixCommandWritesTheMixersSamplesAsFloatWav) {
+  const testing::TempDir& dir = *dir_;
   std::ostringstream out, err;
-  ASSERT_EQ(runDemoCommand({dir.path().string()}, out, err), 0) << err.str();
   const auto project = dir / "Sample.brevelan", wav = dir / "mix.wav";
   EXPECT_EQ(runMixCommand({project.string(), "b.wav"}, out, err), 2);
   EXPECT_EQ(runMixCommand({(dir / "gone").string(), "-o", wav.string()}, out, err), 1);
@@ -33,6 +49,38 @@ TEST(MixCommand, WritesTheMixersSamplesAsFloatWav) {
   EXPECT_EQ(bytes.substr(0, 4) + bytes.substr(8, 8) + bytes.substr(50, 4), "RIFFWAVEfmt data");
   EXPECT_EQ(bytes[20], 3);  // IEEE float
   EXPECT_EQ(std::memcmp(bytes.data() + 58, expected.data(), expected.size() * 4), 0);
+}
+
+TEST_F(DemoSound, MarkBeatsMarksTheClickTrackEveryHalfSecondAsOneUndoStep) {
+  const testing::TempDir& dir = *dir_;
+  std::ostringstream err;
+  const auto project = dir / "Sample.brevelan", saved = dir / "beats.brevelan";
+  std::istringstream script(R"({"op":"markBeats","clip":"Music"})"
+                            "\n"
+                            R"({"op":"markBeats","clip":"Black"})"
+                            "\n");
+  std::ostringstream replies;
+  runScript(project, saved, script, replies, err);
+  std::istringstream lines(replies.str());
+  std::string first, second;
+  std::getline(lines, first);
+  std::getline(lines, second);
+  EXPECT_NE(first.find("\"status\":\"Marked 15 beats\""), std::string::npos) << first;  // the click at 0 s has no rise
+  EXPECT_NE(first.find("\"undo\":1"), std::string::npos) << first;
+  EXPECT_NE(second.find("\"result\":false"), std::string::npos) << second;  // a picture clip has no beat to mark
+
+  auto after = ProjectFile::load(saved);
+  ASSERT_TRUE(after) << after.error().message;
+  const BrevSequence& seq = *after->activeSequence();
+  std::int64_t musicStart = -1;
+  for (const Clip& clip : seq.audio[1].clips)
+    if (clip.name == "Music") musicStart = clip.start;
+  ASSERT_GE(seq.markers.size(), 15u);
+  std::vector<std::int64_t> beats;
+  for (const Marker& m : seq.markers)
+    if (m.name == "Beat") beats.push_back(m.frame - musicStart);
+  ASSERT_EQ(beats.size(), 15u);
+  for (std::size_t i = 0; i < beats.size(); ++i) EXPECT_NEAR(beats[i], 15 * static_cast<std::int64_t>(i + 1), 1) << i;
 }
 
 }  // namespace

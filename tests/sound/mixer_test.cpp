@@ -10,47 +10,7 @@ namespace brevelan {
 namespace {
 
 using namespace testing;
-constexpr std::int64_t kFrame = 1600;  // samples per frame at 30 fps
 constexpr double kSilent = -300;
-
-class FakeSound : public SoundProvider {
- public:
-  std::shared_ptr<const PCMSource> sound(const MediaItem& item) override { return sources[item.id]; }
-  std::map<Uuid, std::shared_ptr<const PCMSource>> sources;
-};
-
-// 30 fps; A1 holds a 2 s clip of a 1 kHz −6 dB tone (3 s of source).
-struct Fixture {
-  FakeSound sound;
-  Project project = Project::make();
-  Uuid toneID = addMedia(tone(-6, 1000, 3 * kSecond));
-
-  Fixture() { track(0).clips.push_back(toneClip(0, 60)); }
-  Uuid addMedia(std::vector<float> samples, bool hasAudio = true) {
-    MediaItem item;
-    item.id = Uuid::make();
-    item.hasAudio = hasAudio;
-    auto pcm = std::make_shared<PCMSource>();
-    pcm->frames = static_cast<std::int64_t>(samples.size() / 2);
-    pcm->data = std::move(samples);
-    sound.sources[item.id] = pcm;
-    project.media.push_back(item);
-    return item.id;
-  }
-  Clip toneClip(std::int64_t start, std::int64_t duration, std::int64_t in = 0) const {
-    return Clip::make(ClipSource::media(toneID), "tone", start, duration, in, 90);
-  }
-  BrevSequence& seq() { return *project.mutableActiveSequence(); }
-  Track& track(std::size_t i) { return seq().audio.mut(i); }
-  Clip& clip(std::size_t i = 0) { return track(0).clips.mut(i); }
-  AudioFX& fx() { return clip().audio.mut(); }
-  std::vector<float> mix(std::int64_t from, std::int64_t count) {
-    return Mixer(project, sound).renderMix(*project.activeSequence(), from, count);
-  }
-  double level(std::int64_t from, std::int64_t to, int channel = 0) {
-    return peakDB(mix(from, to - from), 0, to - from, channel);
-  }
-};
 
 void expectLevel(double measured, double expected) {
   if (expected <= kSilent) EXPECT_LT(measured, kSilent);
@@ -58,44 +18,44 @@ void expectLevel(double measured, double expected) {
 }
 
 TEST(Mixer, Levels) {
-  const auto secondTrack = [](Fixture& f) { f.track(1).clips.push_back(f.toneClip(0, 60)); };
-  const auto crossfade = [](Fixture& f) {
+  const auto secondTrack = [](MixFixture& f) { f.track(1).clips.push_back(f.toneClip(0, 60)); };
+  const auto crossfade = [](MixFixture& f) {
     f.clip().duration = 30;
     Clip in = f.toneClip(30, 30, 30);  // in phase with the outgoing clip
     in.transitionIn = Transition{};
     in.transitionIn->duration = 10;
     f.track(0).clips.push_back(in);
   };
-  const auto keys = [](Fixture& f) { f.fx().volumeKeys.set(0, 0), f.fx().volumeKeys.set(20, -20); };
+  const auto keys = [](MixFixture& f) { f.fx().volumeKeys.set(0, 0), f.fx().volumeKeys.set(20, -20); };
   struct {
     const char* name;
-    std::function<void(Fixture&)> change;
+    std::function<void(MixFixture&)> change;
     double left, right;
     std::int64_t at = kSecond / 2, to = 3 * kSecond / 2;  // measured over samples at … to − 1
   } cases[] = {
-      {"plain", [](Fixture&) {}, -6, -6},
-      {"fader -6", [](Fixture& f) { f.track(0).volumeDB = -6; }, -12, -12},
-      {"clip +3", [](Fixture& f) { f.fx().gainDB = 3; }, -3, -3},
-      {"master -6", [](Fixture& f) { f.seq().masterDB = -6; }, -12, -12},
+      {"plain", [](MixFixture&) {}, -6, -6},
+      {"fader -6", [](MixFixture& f) { f.track(0).volumeDB = -6; }, -12, -12},
+      {"clip +3", [](MixFixture& f) { f.fx().gainDB = 3; }, -3, -3},
+      {"master -6", [](MixFixture& f) { f.seq().masterDB = -6; }, -12, -12},
       {"two tracks", secondTrack, 0, 0},
-      {"A2 muted", [&](Fixture& f) { secondTrack(f), f.track(1).muted = true; }, -6, -6},
-      {"A1 solo", [&](Fixture& f) { secondTrack(f), f.track(0).solo = true; }, -6, -6},
-      {"other track solo", [](Fixture& f) { f.track(1).solo = true; }, kSilent, kSilent},
-      {"track pan left", [](Fixture& f) { f.track(0).pan = -1; }, -6, kSilent},
-      {"track pan half right", [](Fixture& f) { f.track(0).pan = 0.5; }, -12.02, -6},
-      {"clip pan keys", [](Fixture& f) { f.fx().panKeys.set(0, 1); }, kSilent, -6},
-      {"volume key -20", [](Fixture& f) { f.fx().volumeKeys.set(0, -20); }, -26, -26},
-      {"gain floor", [](Fixture& f) { f.fx().gainDB = -100; }, -206, -206},
-      {"gain +96", [](Fixture& f) { f.fx().gainDB = 96; }, 90, 90},
-      {"disabled", [](Fixture& f) { f.clip().enabled = false; }, kSilent, kSilent},
-      {"clip muted", [](Fixture& f) { f.fx().muted = true; }, kSilent, kSilent},
-      {"frozen", [](Fixture& f) { f.clip().speed.freeze = true; }, kSilent, kSilent},
-      {"no sound", [](Fixture& f) { f.clip().source = ClipSource::media(f.addMedia(tone(-6, 1000, 9), false)); },
+      {"A2 muted", [&](MixFixture& f) { secondTrack(f), f.track(1).muted = true; }, -6, -6},
+      {"A1 solo", [&](MixFixture& f) { secondTrack(f), f.track(0).solo = true; }, -6, -6},
+      {"other track solo", [](MixFixture& f) { f.track(1).solo = true; }, kSilent, kSilent},
+      {"track pan left", [](MixFixture& f) { f.track(0).pan = -1; }, -6, kSilent},
+      {"track pan half right", [](MixFixture& f) { f.track(0).pan = 0.5; }, -12.02, -6},
+      {"clip pan keys", [](MixFixture& f) { f.fx().panKeys.set(0, 1); }, kSilent, -6},
+      {"volume key -20", [](MixFixture& f) { f.fx().volumeKeys.set(0, -20); }, -26, -26},
+      {"gain floor", [](MixFixture& f) { f.fx().gainDB = -100; }, -206, -206},
+      {"gain +96", [](MixFixture& f) { f.fx().gainDB = 96; }, 90, 90},
+      {"disabled", [](MixFixture& f) { f.clip().enabled = false; }, kSilent, kSilent},
+      {"clip muted", [](MixFixture& f) { f.fx().muted = true; }, kSilent, kSilent},
+      {"frozen", [](MixFixture& f) { f.clip().speed.freeze = true; }, kSilent, kSilent},
+      {"no sound", [](MixFixture& f) { f.clip().source = ClipSource::media(f.addMedia(tone(-6, 1000, 9), false)); },
        kSilent, kSilent},
-      {"missing media", [](Fixture& f) { f.clip().source = ClipSource::media(Uuid::make()); }, kSilent, kSilent},
+      {"missing media", [](MixFixture& f) { f.clip().source = ClipSource::media(Uuid::make()); }, kSilent, kSilent},
       // One 32-frame block where the level moves.
-      {"fade-in halfway", [](Fixture& f) { f.fx().fadeIn = 15; }, -12, -12, 12000, 12000 + 32},  // frame 7.5
-      {"fade-out halfway", [](Fixture& f) { f.fx().fadeOut = 10; }, -12, -12, 55 * kFrame, 55 * kFrame + 32},
+      {"fade-in halfway", [](MixFixture& f) { f.fx().fadeIn = 15; }, -12, -12, 12000, 12000 + 32},  // frame 7.5
+      {"fade-out halfway", [](MixFixture& f) { f.fx().fadeOut = 10; }, -12, -12, 55 * kFrame, 55 * kFrame + 32},
       {"between keys", keys, -16, -16, 10 * kFrame, 10 * kFrame + 32},
       {"after keys", keys, -26, -26, 30 * kFrame, 30 * kFrame + 32},
       // Equal power: each clip at −3 dB on the cut, the two in phase sum to +3 dB.
@@ -105,7 +65,7 @@ TEST(Mixer, Levels) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    Fixture f;
+    MixFixture f;
     c.change(f);
     expectLevel(f.level(c.at, c.to, 0), c.left);
     expectLevel(f.level(c.at, c.to, 1), c.right);
@@ -126,7 +86,7 @@ TEST(Mixer, SpeedReadsTheRightSourceSamples) {
   std::vector<float> ramp(2 * 4 * kSecond);
   for (std::size_t n = 0; n < ramp.size(); ++n) ramp[n] = static_cast<float>(static_cast<double>(n / 2) * 1e-6);
   for (const auto& c : cases) {
-    Fixture f;
+    MixFixture f;
     f.clip() = Clip::make(ClipSource::media(f.addMedia(ramp)), "ramp", 0, 30, c.sourceIn);
     f.clip().speed.rate = c.rate;
     f.clip().speed.reverse = c.reverse;
@@ -139,7 +99,7 @@ TEST(Mixer, SpeedReadsTheRightSourceSamples) {
 // samples of the whole render. With nothing set, the clip is its source.
 TEST(Mixer, SameSamplesWhereverRenderingStarts) {
   for (bool effects : {false, true}) {
-    Fixture f;
+    MixFixture f;
     f.clip().start = 5;
     f.fx().eqOn = f.fx().gateOn = f.fx().compOn = effects;
     f.fx().eq[3] = 6;
@@ -149,7 +109,7 @@ TEST(Mixer, SameSamplesWhereverRenderingStarts) {
     const std::vector<float> part = f.mix(late, 977);
     EXPECT_TRUE(std::equal(part.begin(), part.end(), whole.begin() + 2 * late)) << effects;
   }
-  Fixture f;
+  MixFixture f;
   const std::vector<float> plain = f.mix(0, 2 * kSecond);
   const std::vector<float>& source = f.sound.sources[f.toneID]->data;
   for (std::size_t i = 0; i < plain.size(); ++i) ASSERT_NEAR(plain[i], source[i], 1e-6) << i;
@@ -159,7 +119,7 @@ TEST(Mixer, SameSamplesWhereverRenderingStarts) {
 
 TEST(Mixer, NestedSequencesPlayUpToDepthEight) {
   for (int depth : {1, 8, 9}) {
-    Fixture f;
+    MixFixture f;
     std::vector<BrevSequence> chain(static_cast<std::size_t>(depth), BrevSequence::make("Nest"));
     for (auto& s : chain) s.id = Uuid::make();
     chain.back().audio.mut(0).clips.push_back(f.toneClip(0, 60));
@@ -172,7 +132,7 @@ TEST(Mixer, NestedSequencesPlayUpToDepthEight) {
 }
 
 TEST(Mixer, LengthsAndEmptyRequests) {
-  Fixture f;
+  MixFixture f;
   EXPECT_EQ(Mixer::sampleCount(f.seq()), 2 * kSecond);
   f.seq().rate = {30000, 1001};
   EXPECT_EQ(Mixer::sampleCount(f.seq()), 2 * 48048);

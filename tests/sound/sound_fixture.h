@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <numbers>
 #include <random>
 #include <span>
 #include <vector>
+
+#include "sound/mixer.h"
 
 namespace brevelan::testing {
 
@@ -34,5 +38,46 @@ inline double peakDB(std::span<const float> s, std::int64_t from, std::int64_t t
   }
   return 20 * std::log10(peak);
 }
+
+constexpr std::int64_t kFrame = 1600;  // samples per frame at 30 fps
+
+class FakeSound : public SoundProvider {
+ public:
+  std::shared_ptr<const PCMSource> sound(const MediaItem& item) override { return sources[item.id]; }
+  std::map<Uuid, std::shared_ptr<const PCMSource>> sources;
+};
+
+// 30 fps; A1 holds a 2 s clip of a 1 kHz −6 dB tone (3 s of source).
+struct MixFixture {
+  FakeSound sound;
+  Project project = Project::make();
+  Uuid toneID = addMedia(tone(-6, 1000, 3 * kSecond));
+
+  MixFixture() { track(0).clips.push_back(toneClip(0, 60)); }
+  Uuid addMedia(std::vector<float> samples, bool hasAudio = true) {
+    MediaItem item;
+    item.id = Uuid::make();
+    item.hasAudio = hasAudio;
+    auto pcm = std::make_shared<PCMSource>();
+    pcm->frames = static_cast<std::int64_t>(samples.size() / 2);
+    pcm->data = std::move(samples);
+    sound.sources[item.id] = pcm;
+    project.media.push_back(item);
+    return item.id;
+  }
+  Clip toneClip(std::int64_t start, std::int64_t duration, std::int64_t in = 0) const {
+    return Clip::make(ClipSource::media(toneID), "tone", start, duration, in, 90);
+  }
+  BrevSequence& seq() { return *project.mutableActiveSequence(); }
+  Track& track(std::size_t i) { return seq().audio.mut(i); }
+  Clip& clip(std::size_t i = 0) { return track(0).clips.mut(i); }
+  AudioFX& fx() { return clip().audio.mut(); }
+  std::vector<float> mix(std::int64_t from, std::int64_t count) {
+    return Mixer(project, sound).renderMix(*project.activeSequence(), from, count);
+  }
+  double level(std::int64_t from, std::int64_t to, int channel = 0) {
+    return peakDB(mix(from, to - from), 0, to - from, channel);
+  }
+};
 
 }  // namespace brevelan::testing
