@@ -1,0 +1,170 @@
+#include "picture/frame_renderer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "media/asset_cache.h"
+#include "picture/color_grading.h"
+#include "picture/cube_cache.h"
+#include "picture/layer_geometry.h"
+#include "picture/raster.h"
+#include "picture/source_frames.h"
+#include "picture/title_renderer.h"
+#include "picture/transitions.h"
+
+namespace brevelan {
+
+std::shared_ptr<const Picture> SourceFrames::frame(const LayerItem& item, std::int64_t f) {
+  auto& reader = readers_[{item.trackID, item.video.file.string()}];
+  if (!reader) {
+    auto opened = VideoReader::open(item.video.file);
+    if (!opened) return nullptr;
+    reader = std::move(opened).value();
+  }
+  auto picture = reader->picture(sourceFrame(item, f), PixelOrder::rgba);
+  return picture ? *picture : nullptr;
+}
+
+namespace FrameRenderer {
+namespace {
+
+bool hasCrop(const Transform& t) { return t.cropL != 0 || t.cropR != 0 || t.cropT != 0 || t.cropB != 0; }
+
+// The picture a layer shows at frame f, before crop, grade and placement.
+std::shared_ptr<const Picture> layerPicture(const LayerItem& item, std::int64_t f, int width, int height,
+                                            SourceFrames& sources) {
+  switch (item.kind) {
+    case LayerKind::video:
+      return sources.frame(item, f);
+    case LayerKind::still: {
+      auto still = AssetCache::shared().still(item.stillFile.string());
+      return still ? *still : nullptr;
+    }
+    case LayerKind::title: {
+      const TitleSpec* title = item.clip.source.titleSpec();
+      if (!title) return nullptr;
+      return TitleRenderer::shared().image(*title, width, height, item.clipFrame(f), item.clip.duration);
+    }
+    case LayerKind::color: {
+      const RGBA* colour = item.clip.source.color();
+      if (!colour) return nullptr;
+      auto solid = std::make_shared<Picture>(width, height, PixelOrder::rgba);
+      fill(*solid, *colour);
+      return solid;
+    }
+    case LayerKind::group: {
+      // The nested sequence's own frame, transparent where it has nothing,
+      // so a nest on an upper track lets the tracks below show through.
+      auto inner = std::make_shared<Picture>(blankPicture(item.groupWidth, item.groupHeight));
+      for (const RenderEntry& entry : item.group) {
+        if (const auto* layer = std::get_if<LayerRef>(&entry)) {
+          if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(*inner, **layer, f, sources);
+          continue;
+        }
+        const auto& t = std::get<TransitionEntry>(entry);
+        if (t.start <= f && f < t.end) {
+          Picture a = blankPicture(item.groupWidth, item.groupHeight);
+          Picture b = blankPicture(item.groupWidth, item.groupHeight);
+          const bool hasA = drawLayer(a, *t.a, f, sources);
+          const bool hasB = drawLayer(b, *t.b, f, sources);
+          const Picture blend = blendTransition(t.spec, hasA ? &a : nullptr, hasB ? &b : nullptr,
+                                                transitionProgress(f, t.start, t.end), item.groupWidth,
+                                                item.groupHeight);
+          sourceOver(*inner, blend);
+        }
+      }
+      return inner;
+    }
+  }
+  return nullptr;
+}
+
+// Whether a picture drawn as it is would already be what the layer shows:
+// canvas-sized, placed without any move, fully opaque and ungraded.
+bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, int height) {
+  const Transform& t = *item.clip.transform;
+  return picture.width == width && picture.height == height && !hasCrop(t) && t.opacity >= 1 && t.scale == 1 &&
+         t.rotation == 0 && t.x == 0 && t.y == 0 && !t.flipH && t.kenBurns == KenBurns{} &&
+         (!item.clip.grade->enabled || isIdentity(*item.clip.grade));
+}
+
+}  // namespace
+
+bool drawLayer(Picture& canvas, const LayerItem& item, std::int64_t f, SourceFrames& sources) {
+  if (!item.clip.enabled) return false;
+  std::shared_ptr<const Picture> source = layerPicture(item, f, canvas.width, canvas.height, sources);
+  if (!source || source->empty()) return false;
+  const Transform& transform = *item.clip.transform;
+
+  // A solid colour over the whole canvas is just a fill.
+  if (item.kind == LayerKind::color && coversCanvasAsIs(*source, item, canvas.width, canvas.height)) {
+    fill(canvas, *item.clip.source.color());
+    return true;
+  }
+
+  Picture working;
+  const Picture* picture = source.get();
+  if (hasCrop(transform)) {
+    working = cropped(*picture, cropRect(transform, picture->width, picture->height));
+    picture = &working;
+  }
+  const ColorGrade& grade = *item.clip.grade;
+  if (grade.enabled && !isIdentity(grade)) {
+    if (picture != &working) {
+      working = Picture(picture->width, picture->height, picture->order);
+      std::memcpy(working.pixels.get(), picture->pixels.get(), picture->bytes());
+      picture = &working;
+    }
+    CubeCache::shared().apply(grade, working);
+  }
+  if (picture->empty()) return false;
+
+  const double last = static_cast<double>(std::max<std::int64_t>(item.clip.duration - 1, 1));
+  const double u = std::clamp(static_cast<double>(item.clipFrame(f)) / last, 0.0, 1.0);
+  const Affine place = clipPlacement(transform, picture->width, picture->height, canvas.width, canvas.height, u);
+  drawOver(canvas, *picture, place, std::clamp(transform.opacity, 0.0, 1.0));
+  return true;
+}
+
+Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, std::int64_t f,
+               SourceFrames& sources) {
+  const int width = plan.canvasWidth, height = plan.canvasHeight;
+  Picture canvas(width, height, PixelOrder::rgba);
+  fill(canvas, RGBA::black());
+  for (const RenderEntry& entry : entries) {
+    if (const auto* layer = std::get_if<LayerRef>(&entry)) {
+      if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(canvas, **layer, f, sources);
+      continue;
+    }
+    const auto& t = std::get<TransitionEntry>(entry);
+    if (f < t.start || f >= t.end) continue;
+    Picture a = blankPicture(width, height);
+    Picture b = blankPicture(width, height);
+    const bool hasA = drawLayer(a, *t.a, f, sources);
+    const bool hasB = drawLayer(b, *t.b, f, sources);
+    const Picture blend = blendTransition(t.spec, hasA ? &a : nullptr, hasB ? &b : nullptr,
+                                          transitionProgress(f, t.start, t.end), width, height);
+    sourceOver(canvas, blend);
+  }
+  if (plan.burnCaptions) {
+    for (const Caption& caption : plan.captions) {
+      if (caption.start <= f && f < caption.end) {
+        // Only the first caption of the moment is drawn; an empty one draws nothing.
+        if (!caption.text.empty()) {
+          if (auto picture = TitleRenderer::shared().caption(caption.text, plan.captionStyle, width, height))
+            sourceOver(canvas, *picture);
+        }
+        break;
+      }
+    }
+  }
+  return canvas;
+}
+
+Picture reframed(Picture canvas, const RenderPlan& plan) {
+  if (canvas.width == plan.outputWidth && canvas.height == plan.outputHeight) return canvas;
+  return reframe(canvas, plan.outputWidth, plan.outputHeight, plan.reframe);
+}
+
+}  // namespace FrameRenderer
+}  // namespace brevelan

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "media/picture.h"
+#include "media/video_reader.h"
+#include "picture/render_plan.h"
+
+namespace brevelan {
+
+// The pictures of video layers: one frame-exact reader per source track and
+// file, so each track moves forward through its clips without seeking. One
+// thread at a time (the compositor's, or an export's picture pump).
+class SourceFrames {
+ public:
+  // Null when the file does not open or nothing decodes there.
+  std::shared_ptr<const Picture> frame(const LayerItem& item, std::int64_t f);
+  // Readers opened so far (for tests: one per source track and file).
+  std::size_t readers() const { return readers_.size(); }
+
+ private:
+  std::map<std::pair<std::int32_t, std::string>, std::unique_ptr<VideoReader>> readers_;
+};
+
+// Draws frames: black canvas, layers from V1 up (crop, grade, placement,
+// opacity), transitions, the caption of the moment, and on export the
+// reframe to the output's shape. Pure functions of the plan, the entries and
+// the frame, apart from the readers they pull pictures from.
+namespace FrameRenderer {
+
+// The finished frame f at the canvas size.
+Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, std::int64_t f,
+               SourceFrames& sources);
+// Source-over of one layer at frame f onto `canvas`; false when the layer has
+// no picture at this frame.
+bool drawLayer(Picture& canvas, const LayerItem& item, std::int64_t f, SourceFrames& sources);
+// The canvas brought to the plan's output size (unchanged when equal).
+Picture reframed(Picture canvas, const RenderPlan& plan);
+
+}  // namespace FrameRenderer
+}  // namespace brevelan
