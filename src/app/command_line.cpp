@@ -7,7 +7,10 @@
 #include <ostream>
 #include <string_view>
 
+#include "app/inspect_command.h"
 #include "app/media_commands.h"
+#include "app/export_command.h"
+#include "app/frame_command.h"
 #include "app/mix_command.h"
 #include "app/project_summary.h"
 #include "app/safekeeping_commands.h"
@@ -87,6 +90,12 @@ const std::vector<Command>& commands() {
        [](const Args& a, const Context& c) { return runArchiveCommand(a, c.out, c.err); }},
       {"relink", "relink PROJECT DIR [--save OUT]", "find missing media in DIR and its subfolders", 2, 4,
        [](const Args& a, const Context& c) { return runRelinkCommand(a, MediaProbe(), c.out, c.err); }},
+      {"inspect", "inspect FILE", "print a finished export's length, size, frame rate and codec as JSON", 1, 1,
+       [](const Args& a, const Context& c) { return runInspectCommand(a, c.out, c.err); }},
+      {"export", "export PROJECT --preset ID -o FILE", "deliver the open sequence as a movie or sound file (export alone for options)",
+       1, 8, [](const Args& a, const Context& c) { return runExportCommand(a, c.out, c.err); }},
+      {"frame", "frame PROJECT --at N -o OUT.png", "draw one frame of the open sequence as PNG (frame alone for options)",
+       1, 10, [](const Args& a, const Context& c) { return runFrameCommand(a, c.out, c.err); }},
       {"mix", "mix PROJECT -o FILE.wav", "render the full sound mix of the open sequence as float WAV", 3, 3,
        [](const Args& a, const Context& c) { return runMixCommand(a, c.out, c.err); }},
       {"script", "script PROJECT [--save OUT]", "apply JSON-lines edit commands from stdin (script --help)", 1, 3,

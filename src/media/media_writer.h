@@ -1,8 +1,10 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,32 +15,57 @@
 
 namespace brevelan {
 
-// H.264 picture settings. Pictures are encoded 4:2:0 and tagged BT.709.
+// Picture settings. H.264 and HEVC are encoded 4:2:0 8-bit, ProRes 4:2:2
+// 10-bit; every picture stream is tagged BT.709, limited range.
 struct VideoFormat {
+  enum class Codec { h264, hevc, proresProxy, prores422, prores422HQ };
+  Codec codec = Codec::h264;
   int width = 1920;
   int height = 1080;
   AVRational rate{30, 1};
-  std::int64_t bitRate = 0;  // average bit/s; 0 asks for constant quality instead
-  int quality = 20;          // x264 CRF when bitRate is 0
+  std::int64_t bitRate = 0;  // average bit/s (H.264, HEVC); 0 asks for constant quality instead
+  int quality = 20;          // CRF when bitRate is 0
   int keyInterval = 60;      // frames between key frames at most
-  std::string preset = "veryfast";
+  std::string preset = "veryfast";  // the x264 / x265 speed preset
   int rotation = 0;  // clockwise degrees a player must turn the stored picture
 };
 
 // Sound is always 48 000 Hz, handed over as interleaved float.
 struct SoundFormat {
-  enum class Codec { aac, pcm16 };
+  enum class Codec { aac, pcm16, pcm24 };
   Codec codec = Codec::aac;
-  std::int64_t bitRate = 192000;
+  std::int64_t bitRate = 192000;  // AAC only
   int channels = 2;
 };
 
-// Writes a movie (MOV or MP4: H.264 with AAC or PCM) or a sound file (WAV)
-// from pictures and interleaved float sound. The container follows the file's
-// extension. Nothing is valid until finish() returns success; a writer
-// dropped before that leaves an incomplete file for the caller to remove.
+// Why a writer could not be made. `encoderUnavailable`: the picture encoder
+// is missing from this FFmpeg or refuses the settings (a codec the computer
+// cannot write); anything else is `failed`.
+struct WriterError {
+  enum class Kind { encoderUnavailable, failed };
+  Kind kind = Kind::failed;
+  std::string message;
+};
+
+// Writes a movie (MP4 or MOV: H.264, HEVC or ProRes with AAC or PCM) or a
+// sound file (WAV, M4A) from pictures and interleaved float sound. The
+// container follows the file's extension. Nothing is valid until finish()
+// returns success; a writer dropped before that leaves an incomplete file for
+// the caller to remove.
+//
+// Threads: one thread may feed pictures (addPicture/addFrame/finishPictures)
+// while another feeds sound (addSound/finishSound); only muxing is shared and
+// it is locked. cancel() may be called from any thread. finish() is called
+// once both feeders have stopped.
 class MediaWriter {
  public:
+  // `container` names FFmpeg's muxer ("mp4", "mov", "wav", "ipod" for M4A)
+  // for a file whose name does not say it; empty: follow the extension.
+  static Expected<std::unique_ptr<MediaWriter>, WriterError> open(const std::filesystem::path& file,
+                                                                  const std::optional<VideoFormat>& video,
+                                                                  const std::optional<SoundFormat>& sound,
+                                                                  const std::string& container = {});
+  // open() with the error as plain text.
   static Expected<std::unique_ptr<MediaWriter>, std::string> create(const std::filesystem::path& file,
                                                                     const std::optional<VideoFormat>& video,
                                                                     const std::optional<SoundFormat>& sound);
@@ -49,6 +76,20 @@ class MediaWriter {
   // The next picture from a decoded frame of any pixel format and size.
   Expected<void, std::string> addFrame(const AVFrame* frame);
   Expected<void, std::string> addSound(const float* interleaved, std::int64_t frames);
+
+  // Keeps the sound at most `seconds` ahead of the pictures: addSound waits
+  // until enough pictures have arrived, or until finishPictures() or
+  // cancel(). For a sound feeder on its own thread, so the muxer interleaves
+  // as it goes instead of queueing the whole sound. Off (0) by default: a
+  // single thread that writes all sound first would wait forever.
+  void paceSound(double seconds);
+
+  // No more pictures / sound: the encoder's delayed packets are written.
+  Expected<void, std::string> finishPictures();
+  Expected<void, std::string> finishSound();
+  // Makes every waiting or later add fail, so feeders stop at once.
+  void cancel();
+  // Ends both streams when not yet done and completes the file.
   Expected<void, std::string> finish();
 
   std::int64_t picturesWritten() const { return pictures_; }
@@ -57,7 +98,9 @@ class MediaWriter {
   MediaWriter() = default;
   Expected<void, std::string> encodePicture(AVFrame* frame);
   Expected<void, std::string> encodeSound(std::int64_t count);
-  Expected<void, std::string> drain(AVCodecContext* encoder, AVStream* stream);
+  Expected<void, std::string> drain(AVCodecContext* encoder, AVStream* stream, AVPacket* packet);
+  bool waitForPictures();
+  bool isCancelled();
   AVFrame* scaledPicture(const std::uint8_t* const planes[], const int strides[], int width, int height,
                          AVPixelFormat format, int colorSpace, int fullRange);
 
@@ -67,18 +110,33 @@ class MediaWriter {
   ff::CodecPtr soundEncoder_;
   AVStream* videoStream_ = nullptr;
   AVStream* soundStream_ = nullptr;
+
+  // Picture side: touched only by the picture feeder.
   ff::FramePtr yuv_;
   ff::ScalePtr scaler_;
   int scalerKey_[5] = {-1, -1, -1, -1, -1};
+  ff::PacketPtr videoPacket_;
+  std::int64_t pictures_ = 0;
+  bool picturesFinished_ = false;
+
+  // Sound side: touched only by the sound feeder.
   ff::ResamplePtr resampler_;
   ff::FramePtr soundFrame_;
-  ff::PacketPtr packet_;
+  ff::PacketPtr soundPacket_;
   std::vector<float> pendingSound_;
   std::size_t soundRead_ = 0;  // floats of pendingSound_ already encoded
   int soundFrameSize_ = 1024;
   int channels_ = 2;
-  std::int64_t pictures_ = 0;
   std::int64_t soundSamples_ = 0;
+  bool soundFinished_ = false;
+
+  // Shared: the muxer and the pacing between the two feeders.
+  std::mutex lock_;
+  std::condition_variable picturesArrived_;
+  double soundLead_ = 0;
+  double pictureSeconds_ = 0;   // pictures encoded so far, as time
+  bool picturesEnded_ = false;  // no more pictures will come
+  bool cancelled_ = false;
   bool finished_ = false;
 };
 

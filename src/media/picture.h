@@ -10,15 +10,19 @@ enum class PixelOrder { rgba, bgra };
 
 // An 8-bit picture with premultiplied alpha, rows packed without padding
 // (stride = width × 4). The buffer is left uninitialised on allocation since
-// every producer writes all of it.
+// every producer writes all of it. It ends with kSlack spare bytes: FFmpeg's
+// vector converters write whole blocks of pixels and may run past the last
+// row of a width that is not a multiple of their block.
 struct Picture {
+  static constexpr std::size_t kSlack = 256;
+
   int width = 0;
   int height = 0;
   PixelOrder order = PixelOrder::rgba;
   std::unique_ptr<std::uint8_t[]> pixels;
 
   Picture() = default;
-  Picture(int w, int h, PixelOrder o) : width(w), height(h), order(o), pixels(new std::uint8_t[bytes()]) {}
+  Picture(int w, int h, PixelOrder o) : width(w), height(h), order(o), pixels(new std::uint8_t[bytes() + kSlack]) {}
 
   std::size_t stride() const { return static_cast<std::size_t>(width) * 4; }
   std::size_t bytes() const { return stride() * static_cast<std::size_t>(height); }

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <thread>
 #include <vector>
 
 #if defined(__SSE2__)
@@ -17,7 +16,9 @@ namespace {
 using Byte = std::uint8_t;
 
 // The per-pixel kernels are compiled twice on x86-64, for AVX2 and for the
-// baseline, and the loader picks the one the processor runs.
+// baseline, and the loader picks the one the processor runs. They take their
+// factors as plain values: a store through a byte pointer may alias anything
+// in memory, which would keep the loops from vectorising.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
 #define KERNEL __attribute__((target_clones("avx2", "default")))
 #else
@@ -30,7 +31,7 @@ inline unsigned div255(unsigned x) {
   return (x + (x >> 8)) >> 8;
 }
 
-// The high half of a 16 × 16-bit product (one instruction per 8 or 16 lanes).
+// The high half of a 16 × 16-bit product.
 inline std::uint16_t mulHigh(std::uint16_t a, std::uint16_t b) {
   return static_cast<std::uint16_t>((static_cast<std::uint32_t>(a) * b) >> 16);
 }
@@ -45,27 +46,6 @@ inline double overlap(double a0, double a1, double b0, double b1) {
 
 std::array<int, 3> rgbSlots(PixelOrder order) {
   return order == PixelOrder::rgba ? std::array<int, 3>{0, 1, 2} : std::array<int, 3>{2, 1, 0};
-}
-
-// Below this many pixels a second thread costs more than it saves.
-constexpr std::size_t kParallelPixels = std::size_t{1} << 40;
-
-// Runs fn(first, end) over the items [begin, end) (rows, or columns), split in
-// two halves on two threads when the work is large. Items are independent,
-// so no locking.
-template <class F>
-void parallelFor(int begin, int end, std::size_t pixelsPerItem, F&& fn) {
-  const int items = end - begin;
-  if (items <= 0) return;
-  static const bool twoCores = std::thread::hardware_concurrency() > 1;
-  if (!twoCores || items < 2 || static_cast<std::size_t>(items) * pixelsPerItem < kParallelPixels) {
-    fn(begin, end);
-    return;
-  }
-  const int middle = begin + items / 2;
-  std::thread helper([&] { fn(middle, end); });
-  fn(begin, middle);
-  helper.join();
 }
 
 KERNEL bool allOpaque(const Byte* s, int n) {
@@ -110,9 +90,6 @@ KERNEL void scaleBytes(Byte* out, const Byte* in, std::size_t count, std::uint32
     out[i] = static_cast<Byte>((high + 128u) >> 8);
   }
 }
-
-// Kernels take their factors as plain values: a store through a byte pointer
-// may alias anything in memory, which would keep the loops from vectorising.
 
 // p = min(p × k / 65536, 255), rounded.
 KERNEL void scaleBytesSaturating(Byte* p, std::size_t count, std::uint32_t k) {
@@ -209,17 +186,15 @@ void blitTranslated(Picture& dst, const Picture& src, int ox, int oy, double opa
   if (x0 >= x1 || y0 >= y1) return;
   const int n = x1 - x0;
   const std::uint32_t k = fixed16(opacity);
-  parallelFor(y0, y1, static_cast<std::size_t>(n), [&](int ya, int yb) {
-    std::vector<Byte> span(k < 65536 ? static_cast<std::size_t>(n) * 4 : 0);
-    for (int y = ya; y < yb; ++y) {
-      const Byte* s = src.row(y - oy) + static_cast<std::size_t>(x0 - ox) * 4;
-      if (k < 65536) {
-        scaleBytes(span.data(), s, span.size(), k);
-        s = span.data();
-      }
-      blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, s, n);
+  std::vector<Byte> span(k < 65536 ? static_cast<std::size_t>(n) * 4 : 0);
+  for (int y = y0; y < y1; ++y) {
+    const Byte* s = src.row(y - oy) + static_cast<std::size_t>(x0 - ox) * 4;
+    if (k < 65536) {
+      scaleBytes(span.data(), s, span.size(), k);
+      s = span.data();
     }
-  });
+    blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, s, n);
+  }
 }
 
 // Exactly half size with a whole-pixel offset: each destination pixel is the
@@ -230,21 +205,18 @@ void blitShrunk2(Picture& dst, const Picture& src, int ox, int oy, double opacit
   if (x0 >= x1 || y0 >= y1) return;
   const int n = x1 - x0;
   const std::uint32_t k = fixed16(opacity);
-  parallelFor(y0, y1, static_cast<std::size_t>(n) * 4, [&](int ya, int yb) {
-    std::vector<Byte> span(static_cast<std::size_t>(n) * 4);
-    for (int y = ya; y < yb; ++y) {
-      const int sy = 2 * (y - oy);
-      shrink2Row(span.data(), src.row(sy) + static_cast<std::size_t>(x0 - ox) * 8,
-                 src.row(sy + 1) + static_cast<std::size_t>(x0 - ox) * 8, n);
-      if (k < 65536) scaleBytes(span.data(), span.data(), span.size(), k);
-      blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, span.data(), n);
-    }
-  });
+  std::vector<Byte> span(static_cast<std::size_t>(n) * 4);
+  for (int y = y0; y < y1; ++y) {
+    const int sy = 2 * (y - oy);
+    shrink2Row(span.data(), src.row(sy) + static_cast<std::size_t>(x0 - ox) * 8,
+               src.row(sy + 1) + static_cast<std::size_t>(x0 - ox) * 8, n);
+    if (k < 65536) scaleBytes(span.data(), span.data(), span.size(), k);
+    blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, span.data(), n);
+  }
 }
 
 // Four channels of one pixel as floats, in one SIMD register.
 using F4 = float __attribute__((vector_size(16)));
-using Bytes4 = std::uint8_t __attribute__((vector_size(4)));
 
 inline F4 pixelF4(const Byte* p) {
 #if defined(__SSE2__)
@@ -255,6 +227,7 @@ inline F4 pixelF4(const Byte* p) {
   const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi32_si128(packed), zero);
   return reinterpret_cast<F4>(_mm_cvtepi32_ps(_mm_unpacklo_epi16(words, zero)));
 #else
+  using Bytes4 = std::uint8_t __attribute__((vector_size(4)));
   Bytes4 b;
   std::memcpy(&b, p, 4);
   return __builtin_convertvector(b, F4);
@@ -330,7 +303,8 @@ AxisTaps axisTaps(double step, double origin, int sourceSize, int low, int high,
     const double s = origin + step * (x + 0.5);
     scale = coverAt(x) * gain;
     if (footprint <= 1) {
-      const double t = s - 0.5;
+      // Clamped first so that the integer conversion stays in range far outside.
+      const double t = std::clamp(s - 0.5, -1.0, static_cast<double>(sourceSize));
       const double j = std::floor(t);
       const double f = t - j;
       const int a = std::clamp(static_cast<int>(j), 0, sourceSize - 1);
@@ -347,7 +321,7 @@ AxisTaps axisTaps(double step, double origin, int sourceSize, int low, int high,
       const double lo = std::max(s - footprint / 2, 0.0);
       const double hi = std::min(s + footprint / 2, static_cast<double>(sourceSize));
       if (hi - lo <= 1e-9) {
-        add(std::clamp(static_cast<int>(std::floor(s)), 0, sourceSize - 1), 1);
+        add(static_cast<int>(std::floor(std::clamp(s, 0.0, sourceSize - 1.0))), 1);
       } else {
         for (int j = static_cast<int>(std::floor(lo)); j < hi; ++j) {
           const double part = overlap(lo, hi, j, j + 1.0);
@@ -426,28 +400,26 @@ void drawAxisAligned(Picture& dst, const Picture& src, const Affine& m, double o
       }
     }
   }
-  parallelFor(rows.begin, rows.end, static_cast<std::size_t>(n + readWidth), [&](int ya, int yb) {
-    // Spare pixels so that padded taps may read past the last (with weight 0).
-    std::vector<float> line(static_cast<std::size_t>(readWidth + 4) * 4, 0.0f);
-    std::vector<Byte> span(static_cast<std::size_t>(n) * 4);
-    std::vector<const Byte*> sourceRows(static_cast<std::size_t>(rows.maxTaps));
-    for (int y = ya; y < yb; ++y) {
-      const auto r = static_cast<std::size_t>(y - rows.begin);
-      const int count = rows.offset[r + 1] - rows.offset[r];
-      for (int t = 0; t < count; ++t)
-        sourceRows[static_cast<std::size_t>(t)] =
-            src.row(rows.first[r] + t) + static_cast<std::size_t>(cols.sourceLow) * 4;
-      columnPass(line.data(), sourceRows.data(), rows.weights.data() + rows.offset[r], count,
-                 static_cast<std::size_t>(readWidth) * 4);
-      if (fixedTaps == 2)
-        rowPassFixed<2>(span.data(), line.data(), at.data(), padded.data(), n);
-      else if (fixedTaps == 4)
-        rowPassFixed<4>(span.data(), line.data(), at.data(), padded.data(), n);
-      else
-        rowPass(span.data(), line.data(), cols);
-      blendSpan(dst.row(y) + static_cast<std::size_t>(cols.begin) * 4, span.data(), n);
-    }
-  });
+  // Spare pixels so that padded taps may read past the last (with weight 0).
+  std::vector<float> line(static_cast<std::size_t>(readWidth + 4) * 4, 0.0f);
+  std::vector<Byte> span(static_cast<std::size_t>(n) * 4);
+  std::vector<const Byte*> sourceRows(static_cast<std::size_t>(rows.maxTaps));
+  for (int y = rows.begin; y < rows.end; ++y) {
+    const auto r = static_cast<std::size_t>(y - rows.begin);
+    const int count = rows.offset[r + 1] - rows.offset[r];
+    for (int t = 0; t < count; ++t)
+      sourceRows[static_cast<std::size_t>(t)] =
+          src.row(rows.first[r] + t) + static_cast<std::size_t>(cols.sourceLow) * 4;
+    columnPass(line.data(), sourceRows.data(), rows.weights.data() + rows.offset[r], count,
+               static_cast<std::size_t>(readWidth) * 4);
+    if (fixedTaps == 2)
+      rowPassFixed<2>(span.data(), line.data(), at.data(), padded.data(), n);
+    else if (fixedTaps == 4)
+      rowPassFixed<4>(span.data(), line.data(), at.data(), padded.data(), n);
+    else
+      rowPass(span.data(), line.data(), cols);
+    blendSpan(dst.row(y) + static_cast<std::size_t>(cols.begin) * 4, span.data(), n);
+  }
 }
 
 // Narrows [lo, hi] (in units of x + 0.5) to where base + slope × (x + 0.5) lies in (low, high).
@@ -480,9 +452,10 @@ struct Level {
 // (u0 + du·i, v0 + dv·i), times coverage and alpha.
 KERNEL void sampleRow(Byte* __restrict out, int n, const Level& lv, double u0, double du, double v0, double dv,
                       float alpha) {
-  const float maxU = static_cast<float>(lv.width), maxV = static_cast<float>(lv.height);
+  const double maxU = lv.width, maxV = lv.height;
   for (int i = 0; i < n; ++i) {
-    const auto u = static_cast<float>(u0 + du * i), v = static_cast<float>(v0 + dv * i);
+    const double uu = u0 + du * i, vv = v0 + dv * i;
+    const auto u = static_cast<float>(uu), v = static_cast<float>(vv);
     float cover = alpha;
     if (!lv.extend) {
       // The footprint's overlap with the extent, split at its centre so that
@@ -492,11 +465,11 @@ KERNEL void sampleRow(Byte* __restrict out, int n, const Level& lv, double u0, d
       cover *= inU / (2 * lv.halfU) * (inV / (2 * lv.halfV));
     }
     // Clamped first so that the integer conversion stays in range far outside.
-    const float tu = std::clamp(u - 0.5f, -1.0f, maxU), tv = std::clamp(v - 0.5f, -1.0f, maxV);
+    const double tu = std::clamp(uu - 0.5, -1.0, maxU), tv = std::clamp(vv - 0.5, -1.0, maxV);
     int ju = static_cast<int>(tu), jv = static_cast<int>(tv);
-    ju -= tu < static_cast<float>(ju);
-    jv -= tv < static_cast<float>(jv);
-    const float wu = tu - static_cast<float>(ju), wv = tv - static_cast<float>(jv);
+    ju -= tu < ju;
+    jv -= tv < jv;
+    const auto wu = static_cast<float>(tu - ju), wv = static_cast<float>(tv - jv);
     const std::size_t x0 = static_cast<std::size_t>(std::clamp(ju, 0, lv.width - 1)) * 4;
     const std::size_t x1 = static_cast<std::size_t>(std::clamp(ju + 1, 0, lv.width - 1)) * 4;
     const Byte* r0 = lv.pixels + lv.stride * static_cast<std::size_t>(std::clamp(jv, 0, lv.height - 1));
@@ -511,9 +484,9 @@ KERNEL void sampleRow(Byte* __restrict out, int n, const Level& lv, double u0, d
 KERNEL void sampleRowInside(Byte* __restrict out, int n, const Level& lv, double u0, double du, double v0, double dv,
                             float alpha) {
   for (int i = 0; i < n; ++i) {
-    const auto tu = static_cast<float>(u0 + du * i - 0.5), tv = static_cast<float>(v0 + dv * i - 0.5);
+    const double tu = u0 + du * i - 0.5, tv = v0 + dv * i - 0.5;
     const int ju = static_cast<int>(tu), jv = static_cast<int>(tv);
-    const float wu = tu - static_cast<float>(ju), wv = tv - static_cast<float>(jv);
+    const auto wu = static_cast<float>(tu - ju), wv = static_cast<float>(tv - jv);
     const Byte* r0 = lv.pixels + lv.stride * static_cast<std::size_t>(jv) + static_cast<std::size_t>(ju) * 4;
     const Byte* r1 = r0 + lv.stride;
     const F4 p00 = pixelF4(r0), p01 = pixelF4(r0 + 4), p10 = pixelF4(r1), p11 = pixelF4(r1 + 4);
@@ -552,47 +525,62 @@ void drawGeneral(Picture& dst, const Picture& src, const Affine& m, double opaci
   lv.halfU = static_cast<float>(0.5 * (std::abs(inv.a) + std::abs(inv.c)));
   lv.halfV = static_cast<float>(0.5 * (std::abs(inv.b) + std::abs(inv.d)));
   lv.extend = extend;
-  parallelFor(area.y0, area.y1, static_cast<std::size_t>(area.x1 - area.x0), [&](int ya, int yb) {
-    std::vector<Byte> span(dst.stride());
-    for (int y = ya; y < yb; ++y) {
-      const double cy = y + 0.5;
-      const double baseU = inv.c * cy + inv.tx, baseV = inv.d * cy + inv.ty;
-      double lo = area.x0, hi = area.x1;
-      if (!extend) {
-        narrowTo(inv.a, baseU, -lv.halfU, lv.extentU + lv.halfU, lo, hi);
-        narrowTo(inv.b, baseV, -lv.halfV, lv.extentV + lv.halfV, lo, hi);
-      }
-      const int x0 = std::max(area.x0, static_cast<int>(std::floor(lo - 0.5)));
-      const int x1 = std::min(area.x1, static_cast<int>(std::ceil(hi - 0.5)) + 1);
-      if (x0 >= x1) continue;
-      // Inside: fully covered, and all four bilinear neighbours exist.
-      double inLo = x0 + 0.5, inHi = x1 - 0.5;
-      constexpr double margin = 1e-3;
-      narrowTo(inv.a, baseU, std::max<double>(extend ? 0 : lv.halfU, 0.5) + margin,
-               std::min<double>(extend ? lv.width : lv.extentU - lv.halfU, lv.width - 0.5) - margin, inLo, inHi);
-      narrowTo(inv.b, baseV, std::max<double>(extend ? 0 : lv.halfV, 0.5) + margin,
-               std::min<double>(extend ? lv.height : lv.extentV - lv.halfV, lv.height - 0.5) - margin, inLo, inHi);
-      const int i0 = std::clamp(static_cast<int>(std::ceil(inLo - 0.5)), x0, x1);
-      const int i1 = std::clamp(static_cast<int>(std::floor(inHi - 0.5)) + 1, i0, x1);
-      const auto sample = [&](int from, int to, bool inside) {
-        if (from >= to) return;
-        const double cx = from + 0.5;
-        Byte* out = span.data() + static_cast<std::size_t>(from - x0) * 4;
-        (inside ? sampleRowInside : sampleRow)(out, to - from, lv, inv.a * cx + baseU, inv.a, inv.b * cx + baseV,
-                                               inv.b, static_cast<float>(opacity));
-      };
-      sample(x0, i0, false);
-      sample(i0, i1, true);
-      sample(i1, x1, false);
-      blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, span.data(), x1 - x0);
+  std::vector<Byte> span(dst.stride());
+  for (int y = area.y0; y < area.y1; ++y) {
+    const double cy = y + 0.5;
+    const double baseU = inv.c * cy + inv.tx, baseV = inv.d * cy + inv.ty;
+    double lo = area.x0, hi = area.x1;
+    if (!extend) {
+      narrowTo(inv.a, baseU, -lv.halfU, lv.extentU + lv.halfU, lo, hi);
+      narrowTo(inv.b, baseV, -lv.halfV, lv.extentV + lv.halfV, lo, hi);
     }
-  });
+    const int x0 = std::max(area.x0, static_cast<int>(std::floor(lo - 0.5)));
+    const int x1 = std::min(area.x1, static_cast<int>(std::ceil(hi - 0.5)) + 1);
+    if (x0 >= x1) continue;
+    // Inside: fully covered, and all four bilinear neighbours exist.
+    double inLo = x0 + 0.5, inHi = x1 - 0.5;
+    constexpr double margin = 1e-3;
+    narrowTo(inv.a, baseU, std::max<double>(extend ? 0 : lv.halfU, 0.5) + margin,
+             std::min<double>(extend ? lv.width : lv.extentU - lv.halfU, lv.width - 0.5) - margin, inLo, inHi);
+    narrowTo(inv.b, baseV, std::max<double>(extend ? 0 : lv.halfV, 0.5) + margin,
+             std::min<double>(extend ? lv.height : lv.extentV - lv.halfV, lv.height - 0.5) - margin, inLo, inHi);
+    const int i0 = std::clamp(static_cast<int>(std::ceil(inLo - 0.5)), x0, x1);
+    const int i1 = std::clamp(static_cast<int>(std::floor(inHi - 0.5)) + 1, i0, x1);
+    const auto sample = [&](int from, int to, bool inside) {
+      if (from >= to) return;
+      const double cx = from + 0.5;
+      Byte* out = span.data() + static_cast<std::size_t>(from - x0) * 4;
+      (inside ? sampleRowInside : sampleRow)(out, to - from, lv, inv.a * cx + baseU, inv.a, inv.b * cx + baseV,
+                                             inv.b, static_cast<float>(opacity));
+    };
+    sample(x0, i0, false);
+    sample(i0, i1, true);
+    sample(i1, x1, false);
+    blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, span.data(), x1 - x0);
+  }
 }
 
 void draw(Picture& dst, const Picture& srcIn, const Affine& m, double opacity, bool extend, PixelRect within) {
   const Area area{std::max(within.x, 0), std::max(within.y, 0), std::min(within.x + within.width, dst.width),
                   std::min(within.y + within.height, dst.height)};
-  if (area.x0 >= area.x1 || area.y0 >= area.y1 || srcIn.empty() || !(opacity > 0)) return;
+  const bool finite = std::isfinite(m.a) && std::isfinite(m.b) && std::isfinite(m.c) && std::isfinite(m.d) &&
+                      std::isfinite(m.tx) && std::isfinite(m.ty);
+  if (area.x0 >= area.x1 || area.y0 >= area.y1 || srcIn.empty() || !(opacity > 0) || !finite) return;
+  if (!extend) {
+    // Nothing to do when the placed picture misses the area (this also keeps
+    // far-off offsets from overflowing whole-pixel arithmetic below).
+    double left = INFINITY, right = -INFINITY, top = INFINITY, bottom = -INFINITY;
+    for (const Point corner : {Point{0, 0}, Point{static_cast<double>(srcIn.width), 0},
+                               Point{0, static_cast<double>(srcIn.height)},
+                               Point{static_cast<double>(srcIn.width), static_cast<double>(srcIn.height)}}) {
+      const Point p = m.apply(corner);
+      left = std::min(left, p.x);
+      right = std::max(right, p.x);
+      top = std::min(top, p.y);
+      bottom = std::max(bottom, p.y);
+    }
+    if (right <= area.x0 || left >= area.x1 || bottom <= area.y0 || top >= area.y1) return;
+  }
   opacity = std::min(opacity, 1.0);
   Picture swapped;
   const Picture* src = &srcIn;
@@ -634,36 +622,31 @@ std::array<int, 3> boxRadii(double sigma) {
   return radii;
 }
 
-// One box pass along rows [y0, y1) of a w-wide × 4 float plane, edges clamped.
-void boxAlongRows(const float* in, float* out, int w, int y0, int y1, int radius) {
+// One box pass along a row of w float pixels, edges clamped.
+void boxAlongRow(const float* in, float* out, int w, int radius) {
   const float scale = 1.0f / static_cast<float>(2 * radius + 1);
-  for (int y = y0; y < y1; ++y) {
-    const float* r = in + static_cast<std::size_t>(y) * static_cast<std::size_t>(w) * 4;
-    float* o = out + static_cast<std::size_t>(y) * static_cast<std::size_t>(w) * 4;
-    const auto px = [&](int x) { return loadF4(r + static_cast<std::size_t>(std::clamp(x, 0, w - 1)) * 4); };
-    F4 sum{};
-    for (int k = -radius; k <= radius; ++k) sum += px(k);
-    for (int x = 0; x < w; ++x) {
-      storeF4(o + static_cast<std::size_t>(x) * 4, sum * scale);
-      sum += px(x + radius + 1) - px(x - radius);
-    }
+  const auto px = [&](int x) { return loadF4(in + static_cast<std::size_t>(std::clamp(x, 0, w - 1)) * 4); };
+  F4 sum{};
+  for (int k = -radius; k <= radius; ++k) sum += px(k);
+  for (int x = 0; x < w; ++x) {
+    storeF4(out + static_cast<std::size_t>(x) * 4, sum * scale);
+    sum += px(x + radius + 1) - px(x - radius);
   }
 }
 
-// One box pass down columns [x0, x1), a whole row segment at a time so that
-// memory is read in order.
-void boxAlongColumns(const float* in, float* out, int w, int h, int x0, int x1, int radius) {
-  const std::size_t stride = static_cast<std::size_t>(w) * 4, first = static_cast<std::size_t>(x0) * 4;
-  const std::size_t n = static_cast<std::size_t>(x1 - x0) * 4;
+// One box pass down the columns of a w × h float plane, edges clamped; a
+// whole row at a time so that memory is read in order.
+void boxAlongColumns(const float* in, float* out, int w, int h, int radius) {
+  const std::size_t n = static_cast<std::size_t>(w) * 4;
   const float scale = 1.0f / static_cast<float>(2 * radius + 1);
-  const auto row = [&](int y) { return in + static_cast<std::size_t>(std::clamp(y, 0, h - 1)) * stride + first; };
+  const auto row = [&](int y) { return in + static_cast<std::size_t>(std::clamp(y, 0, h - 1)) * n; };
   std::vector<float> sum(n, 0.0f);
   for (int k = -radius; k <= radius; ++k) {
     const float* r = row(k);
     for (std::size_t i = 0; i < n; ++i) sum[i] += r[i];
   }
   for (int y = 0; y < h; ++y) {
-    float* o = out + static_cast<std::size_t>(y) * stride + first;
+    float* o = out + static_cast<std::size_t>(y) * n;
     const float *enter = row(y + radius + 1), *leave = row(y - radius);
     for (std::size_t i = 0; i < n; ++i) {
       o[i] = sum[i] * scale;
@@ -731,30 +714,24 @@ void sourceOver(Picture& dst, const Picture& srcIn, const Box& within) {
   const int n = x1 - x0;
   const double firstCover = overlap(x0, x0 + 1.0, within.x0, within.x1);
   const double lastCover = overlap(x1 - 1.0, x1, within.x0, within.x1);
-  parallelFor(y0, y1, static_cast<std::size_t>(n), [&](int ya, int yb) {
-    std::vector<Byte> span(static_cast<std::size_t>(n) * 4);
-    for (int y = ya; y < yb; ++y) {
-      const Byte* s = src->row(y) + static_cast<std::size_t>(x0) * 4;
-      const double rowCover = overlap(y, y + 1.0, within.y0, within.y1);
-      if (rowCover < 1) {
-        scaleBytes(span.data(), s, span.size(), fixed16(rowCover));
-      } else {
-        std::memcpy(span.data(), s, span.size());
-      }
-      if (firstCover < 1) scaleBytes(span.data(), span.data(), 4, fixed16(firstCover));
-      if (lastCover < 1) scaleBytes(span.data() + span.size() - 4, span.data() + span.size() - 4, 4, fixed16(lastCover));
-      blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, span.data(), n);
+  std::vector<Byte> span(static_cast<std::size_t>(n) * 4);
+  for (int y = y0; y < y1; ++y) {
+    const Byte* s = src->row(y) + static_cast<std::size_t>(x0) * 4;
+    const double rowCover = overlap(y, y + 1.0, within.y0, within.y1);
+    if (rowCover < 1) {
+      scaleBytes(span.data(), s, span.size(), fixed16(rowCover));
+    } else {
+      std::memcpy(span.data(), s, span.size());
     }
-  });
+    if (firstCover < 1) scaleBytes(span.data(), span.data(), 4, fixed16(firstCover));
+    if (lastCover < 1) scaleBytes(span.data() + span.size() - 4, span.data() + span.size() - 4, 4, fixed16(lastCover));
+    blendSpan(dst.row(y) + static_cast<std::size_t>(x0) * 4, span.data(), n);
+  }
 }
 
 void scaleIntensity(Picture& picture, double w) {
   const auto k = static_cast<std::uint32_t>(std::lround(std::clamp(w, 0.0, 255.0) * 65536));
-  Byte* p = picture.pixels.get();
-  const std::size_t stride = picture.stride();
-  parallelFor(0, picture.height, static_cast<std::size_t>(picture.width), [p, k, stride](int ya, int yb) {
-    scaleBytesSaturating(p + stride * static_cast<std::size_t>(ya), stride * static_cast<std::size_t>(yb - ya), k);
-  });
+  scaleBytesSaturating(picture.pixels.get(), picture.bytes(), k);
 }
 
 void mixInto(Picture& dst, double dstWeight, const Picture& srcIn, double srcWeight) {
@@ -768,9 +745,7 @@ void mixInto(Picture& dst, double dstWeight, const Picture& srcIn, double srcWei
   const auto ks = static_cast<std::uint32_t>(std::lround(std::clamp(srcWeight, 0.0, 64.0) * 65536));
   const int w = std::min(dst.width, src->width), h = std::min(dst.height, src->height);
   if (w <= 0 || h <= 0) return;
-  parallelFor(0, h, static_cast<std::size_t>(w), [&](int ya, int yb) {
-    for (int y = ya; y < yb; ++y) mixBytes(dst.row(y), src->row(y), static_cast<std::size_t>(w) * 4, kd, ks);
-  });
+  for (int y = 0; y < h; ++y) mixBytes(dst.row(y), src->row(y), static_cast<std::size_t>(w) * 4, kd, ks);
 }
 
 void addInto(Picture& dst, const Picture& src, double w) { mixInto(dst, 1, src, w); }
@@ -786,9 +761,7 @@ void mixColor(Picture& dst, double dstWeight, RGBA colour, double colourWeight) 
   add[static_cast<std::size_t>(slots[2])] = term(std::clamp(colour.b, 0.0, 1.0) * a);
   add[3] = term(a);
   const auto kd = static_cast<std::uint32_t>(std::lround(std::clamp(dstWeight, 0.0, 64.0) * 65536));
-  parallelFor(0, dst.height, static_cast<std::size_t>(dst.width), [&](int ya, int yb) {
-    for (int y = ya; y < yb; ++y) mixConstant(dst.row(y), dst.width, kd, add);
-  });
+  for (int y = 0; y < dst.height; ++y) mixConstant(dst.row(y), dst.width, kd, add);
 }
 
 void gaussianBlur(Picture& picture, double sigma) {
@@ -797,39 +770,36 @@ void gaussianBlur(Picture& picture, double sigma) {
   const int w = picture.width, h = picture.height;
   // Rows first, then strips of columns, each through small float buffers and
   // back to bytes: no picture-size float planes (a 1080p frame would need 33 MB).
-  parallelFor(0, h, static_cast<std::size_t>(w), [&](int y0, int y1) {
-    std::vector<float> a(picture.stride()), b(picture.stride());
-    for (int y = y0; y < y1; ++y) {
-      const Byte* row = picture.row(y);
-      for (std::size_t i = 0; i < a.size(); ++i) a[i] = row[i];
-      for (const int r : radii) {
-        if (r == 0) continue;
-        boxAlongRows(a.data(), b.data(), w, 0, 1, r);
-        a.swap(b);
-      }
-      floatsToBytes(picture.row(y), a.data(), a.size());
+  std::vector<float> a(picture.stride()), b(picture.stride());
+  for (int y = 0; y < h; ++y) {
+    const Byte* row = picture.row(y);
+    for (std::size_t i = 0; i < a.size(); ++i) a[i] = row[i];
+    for (const int r : radii) {
+      if (r == 0) continue;
+      boxAlongRow(a.data(), b.data(), w, r);
+      a.swap(b);
     }
-  });
+    floatsToBytes(picture.row(y), a.data(), a.size());
+  }
   constexpr int strip = 64;
-  parallelFor(0, (w + strip - 1) / strip, static_cast<std::size_t>(strip) * static_cast<std::size_t>(h), [&](int s0, int s1) {
-    std::vector<float> a(static_cast<std::size_t>(strip) * 4 * static_cast<std::size_t>(h)), b(a.size());
-    for (int s = s0; s < s1; ++s) {
-      const int x0 = s * strip, sw = std::min(strip, w - x0);
-      const std::size_t n = static_cast<std::size_t>(sw) * 4;
-      for (int y = 0; y < h; ++y) {
-        const Byte* from = picture.row(y) + static_cast<std::size_t>(x0) * 4;
-        float* to = a.data() + static_cast<std::size_t>(y) * n;
-        for (std::size_t i = 0; i < n; ++i) to[i] = from[i];
-      }
-      for (const int r : radii) {
-        if (r == 0) continue;
-        boxAlongColumns(a.data(), b.data(), sw, h, 0, sw, r);
-        a.swap(b);
-      }
-      for (int y = 0; y < h; ++y)
-        floatsToBytes(picture.row(y) + static_cast<std::size_t>(x0) * 4, a.data() + static_cast<std::size_t>(y) * n, n);
+  a.assign(static_cast<std::size_t>(strip) * 4 * static_cast<std::size_t>(h), 0.0f);
+  b.assign(a.size(), 0.0f);
+  for (int x0 = 0; x0 < w; x0 += strip) {
+    const int sw = std::min(strip, w - x0);
+    const std::size_t n = static_cast<std::size_t>(sw) * 4;
+    for (int y = 0; y < h; ++y) {
+      const Byte* from = picture.row(y) + static_cast<std::size_t>(x0) * 4;
+      float* to = a.data() + static_cast<std::size_t>(y) * n;
+      for (std::size_t i = 0; i < n; ++i) to[i] = from[i];
     }
-  });
+    for (const int r : radii) {
+      if (r == 0) continue;
+      boxAlongColumns(a.data(), b.data(), sw, h, r);
+      a.swap(b);
+    }
+    for (int y = 0; y < h; ++y)
+      floatsToBytes(picture.row(y) + static_cast<std::size_t>(x0) * 4, a.data() + static_cast<std::size_t>(y) * n, n);
+  }
 }
 
 }  // namespace brevelan

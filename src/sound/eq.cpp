@@ -52,6 +52,12 @@ EQChain::EQChain(std::span<const double> gains) {
 // the float samples the band before it wrote, as if the bands ran one after
 // the other; one pass keeps the data in registers and lets the processor
 // overlap the bands' dependency chains.
+// Built twice on x86-64 with GCC: for processors with AVX2 and FMA (fused
+// multiply-adds shorten each band's chain) and for the baseline; the loader
+// picks one.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+__attribute__((target_clones("arch=x86-64-v3", "default")))
+#endif
 void EQChain::process(std::span<float> interleaved) {
   const std::size_t frames = interleaved.size() / 2;
   if (count_ == 0 || frames < 1) return;

@@ -133,6 +133,21 @@ TEST(Raster, ShrinkingFineDetailDoesNotAlias) {
   }
 }
 
+TEST(Raster, DegenerateOrFarAwayPlacementsDrawNothing) {
+  const Picture white = solid(4, 4, RGBA::white());
+  for (const Affine& m : {scaling(0, 1), translation(std::nan(""), 0), translation(1e12, -1e12),
+                          rotation(0.5).then(translation(-1e9, 3))}) {
+    Picture dst = solid(4, 4, RGBA::black());
+    drawOver(dst, white, m, 1);
+    for (int y = 0; y < 4; ++y)
+      for (int x = 0; x < 4; ++x) ASSERT_EQ(pixel(dst, x, y), (Pixel{0, 0, 0, 255})) << m.tx;
+  }
+  // Extended, a picture far away still paints its nearest edge colour everywhere.
+  Picture dst = blankPicture(2, 2);
+  drawExtended(dst, white, translation(1e12, 0));
+  EXPECT_EQ(pixel(dst, 1, 1), (Pixel{255, 255, 255, 255}));
+}
+
 TEST(Raster, SourceOverBandBlendsPartialEdgeColumns) {
   Picture dst = solid(4, 1, RGBA::black());
   sourceOver(dst, solid(4, 1, RGBA::white()), Box{1.5, 0, 4, 1});

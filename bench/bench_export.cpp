@@ -1,0 +1,156 @@
+// Export speed, side by side with FFmpeg on the same machine: the 60-second
+// 1080p30 timeline below (two layers, one crossfade, a grade, a lower third,
+// two sound tracks) exported with "YouTube 1080p" and "Master — ProRes 422",
+// against
+//   1. `ffmpeg` drawing the same composition with a filter graph (xfade, a
+//      3D LUT of the same grade, the title overlaid, amix) at the same
+//      libx264 preset and bit rate;
+//   2. a bare libx264 encode of our own composed frames (decoded back from
+//      our export; the decode time, measured alone, is taken off), the floor.
+// Run: bench_export [WORK-DIR] [--project-only]. Media are written once into
+// WORK-DIR, with the timeline as bench.brevelan.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "deliver/exporter.h"
+#include "media/demo_media.h"
+#include "media/still_image.h"
+#include "model/project_file.h"
+#include "picture/color_grading.h"
+#include "picture/gui_environment.h"
+#include "picture/title_renderer.h"
+
+namespace fs = std::filesystem;
+using namespace brevelan;
+
+namespace {
+
+double seconds(const std::function<void()>& work) {
+  const auto began = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+}
+
+double run(const std::string& command) {
+  return seconds([&] {
+    if (std::system(command.c_str()) != 0) std::cerr << "failed: " << command << "\n";
+  });
+}
+
+void must(const Expected<void, std::string>& made) {
+  if (!made) {
+    std::cerr << made.error() << "\n";
+    std::exit(1);
+  }
+}
+
+ColorGrade benchGrade() {
+  ColorGrade grade;
+  grade.exposure = 0.3;
+  grade.saturation = 1.25;
+  grade.contrast = 0.1;
+  return grade;
+}
+
+TitleSpec benchTitle() {
+  TitleSpec title;
+  title.text = "Vael Brevelan";
+  title.subtitle = "Export benchmark";
+  title.fadeFrames = 0;  // the filter graph overlays it without a fade
+  return title;
+}
+
+// The grade as a .cube file for FFmpeg's lut3d.
+void writeCube(const fs::path& file) {
+  const std::vector<float> cube = cubeData(benchGrade());
+  std::ofstream out(file);
+  out << "LUT_3D_SIZE 33\n";
+  for (std::size_t i = 0; i < cube.size(); i += 4) out << cube[i] << " " << cube[i + 1] << " " << cube[i + 2] << "\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const fs::path dir = argc > 1 ? fs::path(argv[1]) : fs::temp_directory_path() / "brevelan-export-bench";
+  fs::create_directories(dir);
+  ensureGuiEnvironment();
+  const fs::path movie = dir / "a.mov", second = dir / "b.mov", music = dir / "music.wav";
+  if (!fs::exists(movie) || !fs::exists(second) || !fs::exists(music)) {
+    std::cerr << "writing the benchmark media (once)…\n";
+    SyntheticMovie m;
+    m.frames = 1830;
+    m.sound = true;
+    m.beepAt = 10;
+    must(writeSyntheticMovie(movie, m));
+    m.frames = 930;
+    must(writeSyntheticMovie(second, m));
+    must(writeToneWAV(music, 220, -12, 60, 2));
+  }
+  writeCube(dir / "grade.cube");
+  must(writePNG(*TitleRenderer::shared().still(benchTitle(), 1920, 1080), dir / "title.png"));
+
+  Project project = Project::make();
+  const auto addMedia = [&](const fs::path& file, bool video, double duration) {
+    MediaItem item;
+    item.id = Uuid::make();
+    item.path = file.string();
+    item.hasVideo = video;
+    item.hasAudio = true;
+    item.kind = video ? MediaKind::video : MediaKind::audio;
+    item.duration = duration;
+    project.media.push_back(item);
+    return item.id;
+  };
+  const Uuid a = addMedia(movie, true, 61), b = addMedia(second, true, 31), tone = addMedia(music, false, 60);
+  BrevSequence& seq = *project.mutableActiveSequence();
+  Clip first = Clip::make(ClipSource::media(a), "A", 0, 900, 0, 1830);
+  Clip next = Clip::make(ClipSource::media(b), "B", 900, 900, 15, 930);
+  next.transitionIn = Transition{TransitionKind::crossfade, 30};
+  next.grade.mut() = benchGrade();
+  Clip title = Clip::make(ClipSource::title(benchTitle()), "Title", 150, 300);
+  seq.video.mut(0).clips.push_back(first);
+  seq.video.mut(0).clips.push_back(next);
+  seq.video.mut(1).clips.push_back(title);
+  seq.audio.mut(0).clips.push_back(first);
+  seq.audio.mut(0).clips.push_back(next);
+  seq.audio.mut(1).clips.push_back(Clip::make(ClipSource::media(tone), "Music", 0, 1800, 0, 1800));
+
+  if (auto saved = ProjectFile::save(project, dir / "bench.brevelan"); !saved) std::cerr << saved.error().message << "\n";
+  if (argc > 2 && std::string(argv[2]) == "--project-only") return 0;
+
+  const auto ours = [&](const char* preset, const fs::path& out) {
+    return seconds([&] {
+      const auto done = Exporter::exportSequence(project, seq, *presetByID(preset), out, false, Reframe::fit, {});
+      if (!done) std::cerr << done.error().description() << "\n";
+    });
+  };
+  const fs::path h264 = dir / "ours.mp4", prores = dir / "ours.mov";
+  const double oursH264 = ours("yt1080", h264);
+  const double oursProRes = ours("prores", prores);
+
+  const std::string x264 = "-c:v libx264 -preset veryfast -profile:v high -b:v 16M -g 60 -pix_fmt yuv420p";
+  const std::string graph =
+      "ffmpeg -v error -y -t 30.5 -i '" + movie.string() + "' -t 30.5 -i '" + second.string() + "' -i '" +
+      (dir / "title.png").string() + "' -i '" + music.string() +
+      "' -filter_complex \"[1:v]lut3d=file='" + (dir / "grade.cube").string() +
+      "'[g];[0:v][g]xfade=transition=fade:duration=1:offset=29.5[x];"
+      "[x][2:v]overlay=enable='between(t,5,15)'[v];"
+      "[0:a][1:a]acrossfade=d=1[s];[s][3:a]amix=inputs=2:normalize=0[a]\" -map '[v]' -map '[a]' " +
+      x264 + " -c:a aac -b:a 256k '" + (dir / "ffmpeg.mp4").string() + "'";
+  const double ffmpegGraph = run(graph);
+  const double decodeOnly = run("ffmpeg -v error -i '" + h264.string() + "' -f null -");
+  const double decodeAndEncode = run("ffmpeg -v error -y -i '" + h264.string() + "' -an " + x264 + " '" +
+                                     (dir / "bare.mp4").string() + "'");
+  const double bare = decodeAndEncode - decodeOnly;
+
+  std::printf("60 s 1080p30 timeline, YouTube 1080p: ours %.1f s, ffmpeg filter graph %.1f s → %.2f × ffmpeg\n",
+              oursH264, ffmpegGraph, oursH264 / ffmpegGraph);
+  std::printf("bare libx264 encode of our frames: %.1f s (decode %.1f s taken off) → ours is %.2f × the encoder\n",
+              bare, decodeOnly, oursH264 / bare);
+  std::printf("Master — ProRes 422: %.1f s for 60 s → %.2f × real time\n", oursProRes, 60 / oursProRes);
+  return 0;
+}

@@ -1,0 +1,245 @@
+#include "deliver/exporter.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <optional>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include "deliver/audio_export.h"
+#include "media/audio_reader.h"
+#include "media/caf_file.h"
+#include "media/media_writer.h"
+#include "picture/composition_builder.h"
+#include "picture/frame_renderer.h"
+#include "picture/gui_environment.h"
+#include "sound/mixer.h"
+
+namespace brevelan {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t kSoundChunk = Mixer::kRate;  // one second per append
+constexpr double kSoundLead = 1.0;                 // seconds the sound may run ahead of the picture
+constexpr std::size_t kFramesAhead = 3;            // drawn frames waiting for the encoder
+
+Unexpected<ExportError> exportError(ExportError::Kind kind, std::string message = {}) {
+  return Unexpected{ExportError{kind, std::move(message)}};
+}
+
+void removeQuietly(const fs::path& file) {
+  std::error_code ignored;
+  fs::remove(file, ignored);
+}
+
+// Removes the temporary mix however the export ends.
+struct TemporaryFile {
+  fs::path path;
+  ~TemporaryFile() {
+    if (!path.empty()) removeQuietly(path);
+  }
+};
+
+// The shared stop flag and what stopped the pumps; one lock guards both.
+class Outcome {
+ public:
+  bool stopped() {
+    std::lock_guard guard(lock_);
+    return stop_;
+  }
+  void cancel() {
+    std::lock_guard guard(lock_);
+    stop_ = cancelled_ = true;
+  }
+  void fail(std::string why) {
+    std::lock_guard guard(lock_);
+    if (!stop_) failure_ = std::move(why);
+    stop_ = true;
+  }
+  bool cancelled() {
+    std::lock_guard guard(lock_);
+    return cancelled_;
+  }
+  std::optional<std::string> failure() {
+    std::lock_guard guard(lock_);
+    return failure_;
+  }
+
+ private:
+  std::mutex lock_;
+  bool stop_ = false;
+  bool cancelled_ = false;
+  std::optional<std::string> failure_;
+};
+
+// Drawn frames on their way to the encoder: at most `capacity` wait.
+class FrameQueue {
+ public:
+  explicit FrameQueue(std::size_t capacity) : capacity_(capacity) {}
+  // False once the queue is closed.
+  bool push(Picture picture) {
+    std::unique_lock lock(lock_);
+    changed_.wait(lock, [&] { return closed_ || frames_.size() < capacity_; });
+    if (closed_) return false;
+    frames_.push_back(std::move(picture));
+    changed_.notify_all();
+    return true;
+  }
+  // Nothing once the queue is closed and empty.
+  std::optional<Picture> pop() {
+    std::unique_lock lock(lock_);
+    changed_.wait(lock, [&] { return closed_ || !frames_.empty(); });
+    if (frames_.empty()) return std::nullopt;
+    Picture picture = std::move(frames_.front());
+    frames_.pop_front();
+    changed_.notify_all();
+    return picture;
+  }
+  void close() {
+    std::lock_guard guard(lock_);
+    closed_ = true;
+    changed_.notify_all();
+  }
+
+ private:
+  std::mutex lock_;
+  std::condition_variable changed_;
+  std::deque<Picture> frames_;
+  std::size_t capacity_;
+  bool closed_ = false;
+};
+
+}  // namespace
+
+std::string ExportError::description() const {
+  switch (kind) {
+    case Kind::cannotStart:
+      return "The export could not start: " + message;
+    case Kind::failed:
+      return "The export failed: " + message;
+    case Kind::cancelled:
+      return "Export cancelled. The unfinished file was removed.";
+    case Kind::empty:
+      return "The sequence is empty — put some clips on the timeline first.";
+  }
+  return message;
+}
+
+Expected<void, ExportError> Exporter::exportSequence(const Project& project, const BrevSequence& seq,
+                                                     const ExportPreset& preset, const fs::path& file,
+                                                     bool burnCaptions, Reframe reframe, const Progress& progress) {
+  const std::int64_t frames = seq.duration();
+  if (frames < 1) return exportError(ExportError::Kind::empty);
+  removeQuietly(file);
+
+  const Mixer mixer(project);
+  const std::int64_t samples = Mixer::sampleCount(seq);
+  if (preset.audioOnly) {
+    const std::vector<float> mix = mixer.renderMix(seq, 0, samples);
+    if (progress && !progress(0.5)) return exportError(ExportError::Kind::cancelled);
+    if (auto written = writeAudio(mix, file, *preset.audioOnly); !written)
+      return exportError(ExportError::Kind::failed, written.error());
+    if (progress) progress(1.0);
+    return {};
+  }
+  if (!preset.codec) return exportError(ExportError::Kind::cannotStart, "the preset has no picture codec");
+
+  ensureGuiEnvironment();  // titles and captions are laid out with Qt
+  const auto [width, height] = preset.outputSize(static_cast<int>(seq.width), static_cast<int>(seq.height));
+  BuildOptions options;
+  options.output = std::pair{width, height};
+  options.reframe = reframe;
+  options.burnCaptions = burnCaptions;
+  const auto build = buildComposition(project, seq, options);
+
+  // The full mix goes through a temporary file, as the player's stems do.
+  TemporaryFile mixFile{fs::temp_directory_path() / ("vael-brevelan-mix-" + Uuid::make().str() + ".caf")};
+  {
+    const std::vector<float> mix = mixer.renderMix(seq, 0, samples);
+    if (!writeCAF(mix, mixFile.path)) return exportError(ExportError::Kind::failed, "could not write the sound mix");
+  }
+  auto sound = decodeSound(mixFile.path);
+  if (!sound) return exportError(ExportError::Kind::failed, "could not write the sound mix");
+
+  const VideoFormat videoFormat = exportVideoFormat(preset, seq.rate, width, height);
+  auto opened = MediaWriter::open(file, videoFormat, exportSoundFormat(preset), isProRes(*preset.codec) ? "mov" : "mp4");
+  if (!opened) {
+    removeQuietly(file);
+    const bool unavailable = opened.error().kind == WriterError::Kind::encoderUnavailable;
+    return exportError(ExportError::Kind::cannotStart,
+                       unavailable ? codecUnavailableMessage(*preset.codec) : opened.error().message);
+  }
+  MediaWriter& writer = **opened;
+  writer.paceSound(kSoundLead);
+  Outcome outcome;
+
+  std::thread soundPump([&] {
+    const std::vector<float>& mix = *sound;
+    const auto total = static_cast<std::int64_t>(mix.size() / 2);
+    for (std::int64_t at = 0; at < total && !outcome.stopped(); at += kSoundChunk) {
+      const std::int64_t count = std::min(kSoundChunk, total - at);
+      if (auto added = writer.addSound(mix.data() + 2 * at, count); !added) {
+        if (!outcome.stopped()) outcome.fail(added.error());
+        break;
+      }
+    }
+    if (!outcome.stopped())
+      if (auto done = writer.finishSound(); !done) outcome.fail(done.error());
+  });
+
+  // The picture pump: frames are drawn on a worker of their own (one
+  // frame-exact reader per source track keeps decoding forward) a few ahead
+  // of this thread, which converts and hands them to the encoder, whose own
+  // threads then compress while the next frames are drawn.
+  FrameQueue drawn(kFramesAhead);
+  std::thread painter([&] {
+    SourceFrames sources;
+    for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
+      const BrevInstruction* instruction = build->instructionAt(f);
+      Picture picture = FrameRenderer::reframed(
+          FrameRenderer::render(*build->plan, instruction ? instruction->entries : std::vector<RenderEntry>{}, f,
+                                sources),
+          *build->plan);
+      if (!drawn.push(std::move(picture))) break;
+    }
+    drawn.close();
+  });
+  for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
+    std::optional<Picture> picture = drawn.pop();
+    if (!picture) break;
+    if (auto added = writer.addPicture(*picture); !added) {
+      outcome.fail(added.error());
+      break;
+    }
+    if (progress && !progress(static_cast<double>(f + 1) / static_cast<double>(frames))) outcome.cancel();
+  }
+  drawn.close();  // a painter waiting to hand over a frame stops
+  painter.join();
+  if (!outcome.stopped())
+    if (auto done = writer.finishPictures(); !done) outcome.fail(done.error());
+  if (outcome.stopped()) writer.cancel();  // releases a sound pump waiting for pictures
+  soundPump.join();
+
+  if (outcome.cancelled()) {
+    opened->reset();
+    removeQuietly(file);
+    return exportError(ExportError::Kind::cancelled);
+  }
+  if (auto why = outcome.failure()) {
+    opened->reset();
+    removeQuietly(file);
+    return exportError(ExportError::Kind::failed, *why);
+  }
+  if (auto finished = writer.finish(); !finished) {
+    opened->reset();
+    removeQuietly(file);
+    return exportError(ExportError::Kind::failed, finished.error());
+  }
+  return {};
+}
+
+}  // namespace brevelan
