@@ -36,7 +36,10 @@ class Synthetic : public SoundProvider {
   std::shared_ptr<const PCMSource> source_;
 };
 
-Project makeProject(bool effects) {
+// `tracks` audio tracks of `clips` clips of `length` frames each, joined by
+// crossfades, all reading the synthetic tone; every clip fades in and has
+// volume keys, and with `effects` all ten EQ bands, the gate and the compressor.
+Project makeProject(std::size_t tracks, int clips, std::int64_t length, bool effects) {
   Project project = Project::make();
   MediaItem item;
   item.id = Uuid::make();
@@ -44,18 +47,20 @@ Project makeProject(bool effects) {
   item.duration = 60;
   project.media.push_back(item);
   BrevSequence& seq = *project.mutableActiveSequence();
-  seq.audio.push_back(Track::make(TrackKind::audio, "A3"));
-  seq.audio.push_back(Track::make(TrackKind::audio, "A4"));
+  while (seq.audio.size() < tracks) seq.audio.push_back(Track::make(TrackKind::audio, "A"));
   for (std::size_t t = 0; t < seq.audio.size(); ++t) {
-    for (int c = 0; c < 10; ++c) {
-      Clip clip = Clip::make(ClipSource::media(item.id), "tone", c * 90, 90, 0, 1800);
+    for (int c = 0; c < clips; ++c) {
+      Clip clip = Clip::make(ClipSource::media(item.id), "tone", c * length, length, 60, 1800);
       if (c > 0) clip.transitionIn = Transition{};
       AudioFX& fx = clip.audio.mut();
       fx.fadeIn = 5;
       fx.volumeKeys.set(0, -3);
       fx.volumeKeys.set(60, 0);
       fx.eqOn = fx.gateOn = fx.compOn = effects;
-      fx.eq = {3, -2, 1, 0, 4, -6, 2, 0, 1, 5};
+      fx.eq = {3, -2, 1, 2, 4, -6, 2, 1, 1, 5};
+      fx.gateThresholdDB = -50;
+      fx.compThresholdDB = -18;
+      fx.compRatio = 3;
       seq.audio.mut(t).clips.push_back(clip);
     }
   }
@@ -64,7 +69,7 @@ Project makeProject(bool effects) {
 
 void BM_MixWholeSequence(benchmark::State& state) {
   Synthetic sound;
-  const Project project = makeProject(state.range(0) != 0);
+  const Project project = makeProject(4, 10, 90, state.range(0) != 0);
   const Mixer mixer(project, sound);
   const BrevSequence& seq = *project.activeSequence();
   const std::int64_t frames = Mixer::sampleCount(seq);
@@ -101,27 +106,8 @@ BENCHMARK(BM_GateAndCompressor)->Arg(0)->Arg(1)->ArgName("compressor")->Unit(ben
 // crossfades, every clip with all ten EQ bands, the gate and the compressor.
 void BM_EightTracksAllEffects(benchmark::State& state) {
   Synthetic sound;
-  Project project = Project::make();
-  MediaItem item;
-  item.id = Uuid::make();
-  item.hasAudio = true;
-  item.duration = 60;
-  project.media.push_back(item);
-  BrevSequence& seq = *project.mutableActiveSequence();
-  while (seq.audio.size() < 8) seq.audio.push_back(Track::make(TrackKind::audio, "A"));
-  for (std::size_t t = 0; t < seq.audio.size(); ++t) {
-    for (int c = 0; c < 4; ++c) {
-      Clip clip = Clip::make(ClipSource::media(item.id), "tone", c * 450, 450, 60, 1800);
-      if (c > 0) clip.transitionIn = Transition{};
-      AudioFX& fx = clip.audio.mut();
-      fx.eqOn = fx.gateOn = fx.compOn = true;
-      fx.eq = {3, -2, 1, 2, 4, -6, 2, 1, 1, 5};
-      fx.gateThresholdDB = -50;
-      fx.compThresholdDB = -18;
-      fx.compRatio = 3;
-      seq.audio.mut(t).clips.push_back(clip);
-    }
-  }
+  const Project project = makeProject(8, 4, 450, true);
+  const BrevSequence& seq = *project.activeSequence();
   const Mixer mixer(project, sound);
   const std::int64_t frames = Mixer::sampleCount(seq);
   for (auto _ : state) benchmark::DoNotOptimize(mixer.renderMix(seq, 0, frames));

@@ -38,13 +38,6 @@ class InterruptGuard {
   struct sigaction previous_ {};
 };
 
-std::optional<Reframe> reframeMode(const std::string& text) {
-  if (text == "fit") return Reframe::fit;
-  if (text == "fitBlur") return Reframe::fitBlur;
-  if (text == "fill") return Reframe::fill;
-  return std::nullopt;
-}
-
 std::string presetList() {
   std::string list;
   for (const ExportPreset& preset : allPresets()) list += (list.empty() ? "" : ", ") + preset.id;
@@ -95,7 +88,7 @@ int runExportCommand(const std::vector<std::string>& args, std::ostream& out, st
     } else if (flag == "-o" && hasValue) {
       output = args[++i];
     } else if (flag == "--reframe" && hasValue) {
-      reframe = reframeMode(args[++i]);
+      reframe = reframeNamed(args[++i]);
       if (!reframe) return usage("“--reframe” is fit, fitBlur or fill.");
     } else {
       return usage("“" + flag + "” is not understood here.");

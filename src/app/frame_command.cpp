@@ -32,13 +32,6 @@ std::optional<std::pair<int, int>> frameSize(const std::string& text) {
   return std::pair{static_cast<int>(*w), static_cast<int>(*h)};
 }
 
-std::optional<Reframe> reframeMode(const std::string& text) {
-  if (text == "fit") return Reframe::fit;
-  if (text == "fitBlur") return Reframe::fitBlur;
-  if (text == "fill") return Reframe::fill;
-  return std::nullopt;
-}
-
 }  // namespace
 
 int runFrameCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -64,7 +57,7 @@ int runFrameCommand(const std::vector<std::string>& args, std::ostream& out, std
       options.output = frameSize(args[++i]);
       if (!options.output) return usage("“--size” takes WIDTHxHEIGHT, for example 1080x1920.");
     } else if (flag == "--reframe" && hasValue) {
-      const auto mode = reframeMode(args[++i]);
+      const auto mode = reframeNamed(args[++i]);
       if (!mode) return usage("“--reframe” is fit, fitBlur or fill.");
       options.reframe = *mode;
     } else {

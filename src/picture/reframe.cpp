@@ -96,4 +96,11 @@ Picture reframe(const Picture& canvas, int outW, int outH, Reframe mode) {
   return out;
 }
 
+std::optional<Reframe> reframeNamed(std::string_view name) {
+  if (name == "fit") return Reframe::fit;
+  if (name == "fitBlur") return Reframe::fitBlur;
+  if (name == "fill") return Reframe::fill;
+  return std::nullopt;
+}
+
 }  // namespace brevelan

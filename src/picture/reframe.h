@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string_view>
+
 #include "media/picture.h"
 #include "model/enum_text.h"
 
@@ -15,6 +18,9 @@ struct EnumTexts<Reframe> {
                                                                               {Reframe::fitBlur, "Fit (blurred background)"},
                                                                               {Reframe::fill, "Fill (crop to fill)"}}};
 };
+
+// The mode a command line names: "fit", "fitBlur" or "fill".
+std::optional<Reframe> reframeNamed(std::string_view name);
 
 // Brings a canvas-size frame to outW × outH, centred: fit shows all of it over
 // black bars, fitBlur over a darkened, blurred fill of itself, fill covers the

@@ -6,6 +6,7 @@
 #include "picture/frame_renderer.h"
 #include "picture/gui_environment.h"
 #include "picture/source_frames.h"
+#include "picture_fixture.h"
 #include "support/temp_dir.h"
 
 namespace brevelan {
@@ -39,8 +40,9 @@ struct Timeline {
   }
 };
 
+// Red, green and blue of a pixel (every frame here is opaque).
 std::array<int, 3> pixel(const Picture& p, int x, int y) {
-  const std::uint8_t* px = p.at(x, y);
+  const testing::Pixel px = testing::pixel(p, x, y);
   return {px[0], px[1], px[2]};
 }
 

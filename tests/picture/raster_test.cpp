@@ -10,15 +10,13 @@
 #include "picture/layer_geometry.h"
 #include "picture/reframe.h"
 
+#include "picture_fixture.h"
+
 namespace brevelan {
 namespace {
 
-using Pixel = std::array<int, 4>;
-
-Pixel pixel(const Picture& p, int x, int y) {
-  const std::uint8_t* q = p.at(x, y);
-  return {q[0], q[1], q[2], q[3]};
-}
+using testing::Pixel;
+using testing::pixel;
 
 Picture solid(int w, int h, RGBA colour, PixelOrder order = PixelOrder::rgba) {
   Picture p(w, h, order);

@@ -7,15 +7,13 @@
 
 #include "picture/raster.h"
 
+#include "picture_fixture.h"
+
 namespace brevelan {
 namespace {
 
-using Pixel = std::array<int, 4>;
-
-Pixel pixel(const Picture& p, int x, int y) {
-  const std::uint8_t* q = p.at(x, y);
-  return {q[0], q[1], q[2], q[3]};
-}
+using testing::Pixel;
+using testing::pixel;
 
 Picture solid(int w, int h, Pixel v) {
   Picture p(w, h, PixelOrder::rgba);
