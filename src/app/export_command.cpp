@@ -9,8 +9,8 @@
 #include <optional>
 #include <ostream>
 
+#include "app/project_loading.h"
 #include "deliver/exporter.h"
-#include "model/project_file.h"
 
 namespace brevelan {
 namespace {
@@ -100,16 +100,9 @@ int runExportCommand(const std::vector<std::string>& args, std::ostream& out, st
     err << "brevelan: There is no preset “" << *presetID << "”. Presets: " << presetList() << ".\n";
     return 1;
   }
-  auto project = ProjectFile::load(args[0]);
-  if (!project) {
-    err << "brevelan: " << project.error().message << "\n";
-    return 1;
-  }
+  const auto project = loadWithOpenSequence(args[0], err);
+  if (!project) return 1;
   const BrevSequence* seq = project->activeSequence();
-  if (!seq) {
-    err << "brevelan: The project has no open sequence.\n";
-    return 1;
-  }
 
   InterruptGuard guard;
   ProgressBar bar(::isatty(STDERR_FILENO) == 1);

@@ -4,8 +4,8 @@
 #include <optional>
 #include <ostream>
 
+#include "app/project_loading.h"
 #include "media/still_image.h"
-#include "model/project_file.h"
 #include "picture/composition_builder.h"
 #include "picture/frame_renderer.h"
 #include "picture/gui_environment.h"
@@ -66,16 +66,9 @@ int runFrameCommand(const std::vector<std::string>& args, std::ostream& out, std
   }
   if (!at || !output) return usage("both “--at” and “-o” are needed.");
 
-  auto project = ProjectFile::load(args[0]);
-  if (!project) {
-    err << "brevelan: " << project.error().message << "\n";
-    return 1;
-  }
+  const auto project = loadWithOpenSequence(args[0], err);
+  if (!project) return 1;
   const BrevSequence* seq = project->activeSequence();
-  if (!seq) {
-    err << "brevelan: The project has no open sequence.\n";
-    return 1;
-  }
   if (*at >= std::max<std::int64_t>(seq->duration(), 1)) {
     err << "brevelan: Frame " << *at << " is past the end of “" << seq->name << "” (" << seq->duration()
         << " frames).\n";

@@ -1,13 +1,23 @@
+// The headless commands that work on the open sequence of the demo project:
+// mix, Mark Beats through a script, frame and export (with Ctrl-C).
 #include "app/mix_command.h"
 
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 
 #include <cstring>
 #include <fstream>
 #include <sstream>
 
+#include "app/frame_command.h"
 #include "app/media_commands.h"
 #include "app/script_runner.h"
+#include "media/still_image.h"
 #include "model/project_file.h"
 #include "sound/mixer.h"
 #include "support/temp_dir.h"
@@ -16,7 +26,7 @@ namespace brevelan {
 namespace {
 
 // The demo's media take a while to write: one demo serves every test here.
-class DemoSound : public ::testing::Test {
+class DemoCommands : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     dir_ = new testing::TempDir;
@@ -29,9 +39,9 @@ class DemoSound : public ::testing::Test {
   }
   static testing::TempDir* dir_;
 };
-testing::TempDir* DemoSound::dir_ = nullptr;
+testing::TempDir* DemoCommands::dir_ = nullptr;
 
-TEST_F(DemoSound, MixCommandWritesTheMixersSamplesAsFloatWav) {
+TEST_F(DemoCommands, MixCommandWritesTheMixersSamplesAsFloatWav) {
   const testing::TempDir& dir = *dir_;
   std::ostringstream out, err;
   const auto project = dir / "Sample.brevelan", wav = dir / "mix.wav";
@@ -51,7 +61,7 @@ TEST_F(DemoSound, MixCommandWritesTheMixersSamplesAsFloatWav) {
   EXPECT_EQ(std::memcmp(bytes.data() + 58, expected.data(), expected.size() * 4), 0);
 }
 
-TEST_F(DemoSound, MarkBeatsMarksTheClickTrackEveryHalfSecondAsOneUndoStep) {
+TEST_F(DemoCommands, MarkBeatsMarksTheClickTrackEveryHalfSecondAsOneUndoStep) {
   const testing::TempDir& dir = *dir_;
   std::ostringstream err;
   const auto project = dir / "Sample.brevelan", saved = dir / "beats.brevelan";
@@ -81,6 +91,45 @@ TEST_F(DemoSound, MarkBeatsMarksTheClickTrackEveryHalfSecondAsOneUndoStep) {
     if (m.name == "Beat") beats.push_back(m.frame - musicStart);
   ASSERT_EQ(beats.size(), 15u);
   for (std::size_t i = 0; i < beats.size(); ++i) EXPECT_NEAR(beats[i], 15 * static_cast<std::int64_t>(i + 1), 1) << i;
+}
+
+TEST_F(DemoCommands, FrameDrawsAnyFrameAtAnySize) {
+  const auto project = (*dir_ / "Sample.brevelan").string(), png = (*dir_ / "frame.png").string();
+  std::ostringstream out, err;
+  EXPECT_EQ(runFrameCommand({project, "--at", "400", "-o", png, "--size", "1080x1920", "--reframe", "fitBlur"}, out, err),
+            0)
+      << err.str();
+  const auto picture = loadStill(png);
+  ASSERT_TRUE(picture) << picture.error();
+  EXPECT_EQ(std::pair(picture->width, picture->height), std::pair(1080, 1920));
+  EXPECT_EQ(runFrameCommand({project, "--at", "99999", "-o", png}, out, err), 1);  // past the end
+  EXPECT_EQ(runFrameCommand({project, "--at", "-3", "-o", png}, out, err), 2);
+}
+
+TEST_F(DemoCommands, CtrlCCancelsAnExportAndLeavesNoFile) {
+  const auto movie = *dir_ / "cancelled.mov", said = *dir_ / "said.txt";
+  const std::string project = (*dir_ / "Sample.brevelan").string();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const int log = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ::dup2(log, STDOUT_FILENO);
+    ::dup2(log, STDERR_FILENO);
+    ::execl(BREVELAN_BINARY, BREVELAN_BINARY, "export", project.c_str(), "--preset", "prores", "-o", movie.c_str(),
+            nullptr);
+    ::_exit(127);
+  }
+  ASSERT_GT(child, 0);
+  // Wait until the export has begun writing, then interrupt it as a terminal would.
+  for (int i = 0; i < 200 && !std::filesystem::exists(movie); ++i) ::usleep(50'000);
+  EXPECT_TRUE(std::filesystem::exists(movie));
+  ::kill(child, SIGINT);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  std::ifstream in(said);
+  const std::string text((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << text;
+  EXPECT_NE(text.find("Export cancelled. The unfinished file was removed."), std::string::npos) << text;
+  EXPECT_FALSE(std::filesystem::exists(movie));
 }
 
 }  // namespace
