@@ -18,6 +18,7 @@
 #include "app/media_commands.h"
 #include "app/script_runner.h"
 #include "media/still_image.h"
+#include "media/video_reader.h"
 #include "model/project_file.h"
 #include "sound/mixer.h"
 #include "support/temp_dir.h"
@@ -102,6 +103,16 @@ TEST_F(DemoCommands, FrameDrawsAnyFrameAtAnySize) {
   const auto picture = loadStill(png);
   ASSERT_TRUE(picture) << picture.error();
   EXPECT_EQ(std::pair(picture->width, picture->height), std::pair(1080, 1920));
+  // Frame 10 is the colour-bars movie alone, full frame: exactly its own picture.
+  ASSERT_EQ(runFrameCommand({project, "--at", "10", "-o", png}, out, err), 0) << err.str();
+  const auto drawn = loadStill(png);
+  auto reader = VideoReader::open(*dir_ / "colour-bars.mov");
+  ASSERT_TRUE(drawn && reader);
+  const auto source = (*reader)->picture(10);
+  ASSERT_TRUE(source);
+  double difference = 0;
+  for (std::size_t i = 0; i < drawn->bytes(); ++i) difference += std::abs(drawn->pixels[i] - (*source)->pixels[i]);
+  EXPECT_LT(difference / static_cast<double>(drawn->bytes()), 0.5);
   EXPECT_EQ(runFrameCommand({project, "--at", "99999", "-o", png}, out, err), 1);  // past the end
   EXPECT_EQ(runFrameCommand({project, "--at", "-3", "-o", png}, out, err), 2);
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "media/audio_reader.h"
 #include "media/demo_media.h"
 #include "media/export_check.h"
@@ -91,6 +93,18 @@ TEST(Exporter, MoviesHaveThePresetsShapeCodecAndSyncedPictureAndSound) {
     EXPECT_NEAR(check->videoDuration, 3.5, 0.001) << c.preset;
     EXPECT_NEAR(check->fps, 30, 0.01) << c.preset;
     EXPECT_TRUE(check->hasAudio);
+    // FFmpeg's own reader agrees on the codec tag, size and length.
+    const std::string probe = "ffprobe -v error -select_streams v:0 -show_entries stream=codec_tag_string,width,height "
+                              "-show_entries format=duration -of csv=p=0 '" + file.string() + "'";
+    if (std::FILE* pipe = ::popen(probe.c_str(), "r")) {
+      char line[256] = {};
+      std::string said;
+      while (std::fgets(line, sizeof line, pipe)) said += line;
+      ::pclose(pipe);
+      EXPECT_EQ(said.substr(0, said.find('\n')), c.codec + "," + std::to_string(c.width) + "," + std::to_string(c.height))
+          << c.preset;
+      EXPECT_NEAR(std::stod(said.substr(said.find('\n') + 1)), 3.5, 0.05) << c.preset;
+    }
     const auto [flash, beep] = flashAndBeep(file);
     EXPECT_EQ(flash, 60) << c.preset;
     EXPECT_NEAR(beep, 2.0, 1.0 / 30) << c.preset;
