@@ -67,7 +67,7 @@ std::shared_ptr<const Picture> layerPicture(const LayerItem& item, std::int64_t 
           Picture b = blankPicture(item.groupWidth, item.groupHeight);
           const bool hasA = drawLayer(a, *t.a, f, sources);
           const bool hasB = drawLayer(b, *t.b, f, sources);
-          const Picture blend = blendTransition(t.spec, hasA ? &a : nullptr, hasB ? &b : nullptr,
+          const Picture blend = blendTransition(t.transition, hasA ? &a : nullptr, hasB ? &b : nullptr,
                                                 transitionProgress(f, t.start, t.end), item.groupWidth,
                                                 item.groupHeight);
           sourceOver(*inner, blend);
@@ -142,7 +142,7 @@ Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, 
     Picture b = blankPicture(width, height);
     const bool hasA = drawLayer(a, *t.a, f, sources);
     const bool hasB = drawLayer(b, *t.b, f, sources);
-    const Picture blend = blendTransition(t.spec, hasA ? &a : nullptr, hasB ? &b : nullptr,
+    const Picture blend = blendTransition(t.transition, hasA ? &a : nullptr, hasB ? &b : nullptr,
                                           transitionProgress(f, t.start, t.end), width, height);
     sourceOver(canvas, blend);
   }

@@ -25,7 +25,7 @@ using LayerRef = std::shared_ptr<const LayerItem>;
 struct TransitionEntry {
   LayerRef a;
   LayerRef b;
-  Transition spec;
+  Transition transition;
   std::int64_t start = 0;
   std::int64_t end = 0;
 };
