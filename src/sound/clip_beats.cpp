@@ -1,8 +1,5 @@
 #include "sound/clip_beats.h"
 
-#include <cmath>
-
-#include "model/rounding.h"
 #include "sound/beat_detector.h"
 
 namespace brevelan {
@@ -19,12 +16,8 @@ std::vector<double> clipBeats(const Mixer& mixer, const BrevSequence& seq, const
       if (c.id != clip) continue;
       const Clip* prev = i > 0 ? &track.clips[i - 1] : nullptr;
       const Clip* next = i + 1 < track.clips.size() ? &track.clips[i + 1] : nullptr;
-      const auto at = [&](std::int64_t frame) {
-        return roundHalfAway(static_cast<double>(seq.rate.den) * static_cast<double>(frame) /
-                             static_cast<double>(seq.rate.num) * Mixer::kRate);
-      };
-      const std::int64_t from = at(c.start);
-      const std::int64_t count = at(c.start + c.duration) - from;
+      const std::int64_t from = Mixer::sampleAt(seq.rate, c.start);
+      const std::int64_t count = Mixer::sampleAt(seq.rate, c.start + c.duration) - from;
       if (count <= 0) return {};
       std::vector<float> buffer(static_cast<std::size_t>(2 * count), 0.0f);
       mixer.addClip(c, prev, next, seq, buffer, from, count, 0);

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <numbers>
 
-#include "model/rounding.h"
 #include "sound/compressor.h"
 #include "sound/eq.h"
 #include "sound/mixer.h"
@@ -17,12 +16,6 @@ namespace {
 constexpr std::int64_t kBlock = 32;    // frames that share one gain and pan
 constexpr std::int64_t kChunk = 1024;  // frames carried through the chain at once (a whole number of blocks)
 constexpr double kRate = Mixer::kRate;
-
-// Sequence frame → sample frame, rounded to nearest.
-std::int64_t sampleAt(const FrameRate& rate, std::int64_t frame) {
-  return roundHalfAway(static_cast<double>(rate.den) * static_cast<double>(frame) / static_cast<double>(rate.num) *
-                       kRate);
-}
 
 // Where, in source sample frames, sample s of the sequence reads. NaN-free
 // settings give a finite answer; the caller treats anything else as silence.
@@ -85,8 +78,8 @@ void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const 
   const std::int64_t e = tailFade ? next->transitionIn->duration : 0;
   const std::int64_t t = e - e / 2;
 
-  const std::int64_t s0 = sampleAt(seq.rate, clip.start - h);
-  const std::int64_t s1 = sampleAt(seq.rate, clip.start + clip.duration + t);
+  const std::int64_t s0 = Mixer::sampleAt(seq.rate, clip.start - h);
+  const std::int64_t s1 = Mixer::sampleAt(seq.rate, clip.start + clip.duration + t);
   const std::int64_t lo = std::max(s0, from);
   const std::int64_t hi = std::min(from + count, s1);
   if (lo >= hi) return;

@@ -21,8 +21,24 @@ Mixer::Mixer(const Project& project, SoundProvider& provider) : project_(project
 Mixer::Mixer(const Project& project) : Mixer(project, cachedProvider()) {}
 
 std::int64_t Mixer::sampleCount(const BrevSequence& seq) {
-  const auto frames = static_cast<double>(std::max<std::int64_t>(seq.duration(), 1));
-  return roundHalfAway(static_cast<double>(seq.rate.den) * frames / static_cast<double>(seq.rate.num) * kRate);
+  return sampleAt(seq.rate, std::max<std::int64_t>(seq.duration(), 1));
+}
+
+std::int64_t Mixer::sampleAt(const FrameRate& rate, std::int64_t frame) {
+  return roundHalfAway(static_cast<double>(rate.den) * static_cast<double>(frame) / static_cast<double>(rate.num) *
+                       kRate);
+}
+
+std::vector<double> Mixer::trackGains(const BrevSequence& seq) {
+  bool anySolo = false;
+  for (const Track& track : seq.audio) anySolo = anySolo || track.solo;
+  const double master = dbToGain(seq.masterDB);
+  std::vector<double> gains;
+  for (const Track& track : seq.audio) {
+    const bool silent = track.muted || (anySolo && !track.solo);
+    gains.push_back(silent ? 0.0 : master * dbToGain(track.volumeDB));
+  }
+  return gains;
 }
 
 void Mixer::addTrack(const BrevSequence& seq, const Track& track, std::span<float> into, std::int64_t from,
@@ -46,17 +62,10 @@ std::vector<float> Mixer::renderMix(const BrevSequence& seq, std::int64_t from, 
                                     int depth) const {
   std::vector<float> mix(static_cast<std::size_t>(2 * std::max<std::int64_t>(count, 0)), 0.0f);
   if (count <= 0) return mix;
-  bool anySolo = false;
-  for (const Track& track : seq.audio) {
-    if (track.solo) {
-      anySolo = true;
-      break;
-    }
-  }
-  const double master = dbToGain(seq.masterDB);
-  for (const Track& track : seq.audio) {
-    const bool silent = track.muted || (anySolo && !track.solo);
-    const double gain = silent ? 0.0 : master * dbToGain(track.volumeDB);
+  const std::vector<double> gains = trackGains(seq);
+  for (std::size_t t = 0; t < seq.audio.size(); ++t) {
+    const Track& track = seq.audio[t];
+    const double gain = gains[t];
     if (!(gain > 0)) continue;
     // Linear balance: the far side is turned down, the near side keeps its level.
     const double pan = track.pan;

@@ -42,6 +42,11 @@ class Mixer {
 
   // Frames of a sequence's sound: round(max(duration, 1) seconds × 48000).
   static std::int64_t sampleCount(const BrevSequence& seq);
+  // The sample frame where sequence frame `frame` begins, rounded to nearest.
+  static std::int64_t sampleAt(const FrameRate& rate, std::int64_t frame);
+  // A track's level in the mix: master × fader, 0 when muted or when another
+  // track is soloed. Neither the mix nor the player's volumes count it twice.
+  static std::vector<double> trackGains(const BrevSequence& seq);
 
   const Project& project() const { return project_; }
 

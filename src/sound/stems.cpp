@@ -1,5 +1,6 @@
 #include "sound/stems.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <system_error>
@@ -70,14 +71,6 @@ void addSources(Fnv1a& hash, const Track& track, const Project& project, int dep
   }
 }
 
-double dbToGain(double dB) { return std::pow(10.0, dB / 20); }
-
-bool anySolo(const BrevSequence& seq) {
-  for (const Track& track : seq.audio)
-    if (track.solo) return true;
-  return false;
-}
-
 }  // namespace
 
 std::uint64_t stemKey(const BrevSequence& seq, const Track& track, const Project& project) {
@@ -138,13 +131,10 @@ std::int64_t StemCache::renders() const {
 }
 
 std::vector<TrackVolume> makeAudioMix(const BrevSequence& seq) {
-  const bool solo = anySolo(seq);
-  const double master = dbToGain(seq.masterDB);
+  const std::vector<double> gains = Mixer::trackGains(seq);
   std::vector<TrackVolume> volumes;
-  for (const Track& track : seq.audio) {
-    const bool silent = track.muted || (solo && !track.solo);
-    volumes.push_back({track.id, silent ? 0.0 : std::min(master * dbToGain(track.volumeDB), kTopOfFader)});
-  }
+  for (std::size_t t = 0; t < seq.audio.size(); ++t)
+    volumes.push_back({seq.audio[t].id, std::min(gains[t], kTopOfFader)});
   return volumes;
 }
 
