@@ -169,8 +169,7 @@ int main(int argc, char** argv) {
     const auto build = buildComposition(shortProject, shortSeq, BuildOptions{});
     SourceFrames sources;
     for (std::int64_t f = 0; f < 300; ++f) {
-      const BrevInstruction* i = build->instructionAt(f);
-      benchmarkSink = FrameRenderer::render(*i->plan, i->entries, f, sources).pixels[0];
+      benchmarkSink = FrameRenderer::output(*build, f, sources).pixels[0];
     }
   });
   const double ffmpegDrawing = run(

@@ -70,8 +70,7 @@ Scene& scene() {
 }
 
 void draw(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
-  const BrevInstruction* i = build.instructionAt(f);
-  benchmark::DoNotOptimize(FrameRenderer::render(*i->plan, i->entries, f, sources));
+  benchmark::DoNotOptimize(FrameRenderer::output(build, f, sources));
 }
 
 void BM_CrossfadeGradeTitle(benchmark::State& state) {

@@ -77,10 +77,7 @@ int runFrameCommand(const std::vector<std::string>& args, std::ostream& out, std
   ensureGuiEnvironment();  // titles and captions are laid out with Qt
   const auto build = buildComposition(*project, *seq, options);
   SourceFrames sources;
-  const BrevInstruction* instruction = build->instructionAt(*at);
-  Picture picture = instruction ? FrameRenderer::render(*instruction->plan, instruction->entries, *at, sources)
-                                : FrameRenderer::render(*build->plan, {}, *at, sources);  // an empty sequence: black
-  picture = FrameRenderer::reframed(std::move(picture), *build->plan);
+  const Picture picture = FrameRenderer::output(*build, *at, sources);
   if (auto written = writePNG(picture, *output); !written) {
     err << "brevelan: " << written.error() << "\n";
     return 1;

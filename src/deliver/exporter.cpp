@@ -199,12 +199,7 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   std::thread painter([&] {
     SourceFrames sources;
     for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
-      const BrevInstruction* instruction = build->instructionAt(f);
-      Picture picture = FrameRenderer::reframed(
-          FrameRenderer::render(*build->plan, instruction ? instruction->entries : std::vector<RenderEntry>{}, f,
-                                sources),
-          *build->plan);
-      if (!drawn.push(std::move(picture))) break;
+      if (!drawn.push(FrameRenderer::output(*build, f, sources))) break;
     }
     drawn.close();
   });

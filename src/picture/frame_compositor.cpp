@@ -9,11 +9,9 @@ FrameCompositor::FrameCompositor() = default;
 void FrameCompositor::request(std::shared_ptr<const CompositionBuild> build, std::int64_t frame, Done done) {
   queue_.async([this, build = std::move(build), frame, done = std::move(done)] {
     if (cancelled_) return done(Unexpected{CompositorError::cancelledRequest()});
-    const BrevInstruction* instruction = build ? build->instructionAt(frame) : nullptr;
-    if (!instruction || !instruction->plan) return done(Unexpected{CompositorError{}});
+    if (!build || !build->instructionAt(frame)) return done(Unexpected{CompositorError{}});
     const auto began = std::chrono::steady_clock::now();
-    Picture picture = FrameRenderer::reframed(
-        FrameRenderer::render(*instruction->plan, instruction->entries, frame, sources_), *instruction->plan);
+    Picture picture = FrameRenderer::output(*build, frame, sources_);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
     {
       std::lock_guard guard(statLock_);

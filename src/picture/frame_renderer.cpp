@@ -56,23 +56,7 @@ std::shared_ptr<const Picture> layerPicture(const LayerItem& item, std::int64_t 
       // The nested sequence's own frame, transparent where it has nothing,
       // so a nest on an upper track lets the tracks below show through.
       auto inner = std::make_shared<Picture>(blankPicture(item.groupWidth, item.groupHeight));
-      for (const RenderEntry& entry : item.group) {
-        if (const auto* layer = std::get_if<LayerRef>(&entry)) {
-          if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(*inner, **layer, f, sources);
-          continue;
-        }
-        const auto& t = std::get<TransitionEntry>(entry);
-        if (t.start <= f && f < t.end) {
-          Picture a = blankPicture(item.groupWidth, item.groupHeight);
-          Picture b = blankPicture(item.groupWidth, item.groupHeight);
-          const bool hasA = drawLayer(a, *t.a, f, sources);
-          const bool hasB = drawLayer(b, *t.b, f, sources);
-          const Picture blend = blendTransition(t.transition, hasA ? &a : nullptr, hasB ? &b : nullptr,
-                                                transitionProgress(f, t.start, t.end), item.groupWidth,
-                                                item.groupHeight);
-          sourceOver(*inner, blend);
-        }
-      }
+      drawEntries(*inner, item.group, f, sources);
       return inner;
     }
   }
@@ -89,6 +73,32 @@ bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, 
 }
 
 }  // namespace
+
+void drawEntries(Picture& canvas, const std::vector<RenderEntry>& entries, std::int64_t f, SourceFrames& sources) {
+  for (const RenderEntry& entry : entries) {
+    if (const auto* layer = std::get_if<LayerRef>(&entry)) {
+      if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(canvas, **layer, f, sources);
+      continue;
+    }
+    const auto& t = std::get<TransitionEntry>(entry);
+    if (f < t.start || f >= t.end) continue;
+    // Each side drawn alone on a clear canvas, then blended; a side without
+    // a picture blends as transparency.
+    Picture a = blankPicture(canvas.width, canvas.height);
+    Picture b = blankPicture(canvas.width, canvas.height);
+    const bool hasA = drawLayer(a, *t.a, f, sources);
+    const bool hasB = drawLayer(b, *t.b, f, sources);
+    const Picture blend = blendTransition(t.transition, hasA ? &a : nullptr, hasB ? &b : nullptr,
+                                          transitionProgress(f, t.start, t.end), canvas.width, canvas.height);
+    sourceOver(canvas, blend);
+  }
+}
+
+Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
+  const BrevInstruction* instruction = build.instructionAt(f);
+  static const std::vector<RenderEntry> nothing;
+  return reframed(render(*build.plan, instruction ? instruction->entries : nothing, f, sources), *build.plan);
+}
 
 bool drawLayer(Picture& canvas, const LayerItem& item, std::int64_t f, SourceFrames& sources) {
   if (!item.clip.enabled) return false;
@@ -131,21 +141,7 @@ Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, 
   const int width = plan.canvasWidth, height = plan.canvasHeight;
   Picture canvas(width, height, PixelOrder::rgba);
   fill(canvas, RGBA::black());
-  for (const RenderEntry& entry : entries) {
-    if (const auto* layer = std::get_if<LayerRef>(&entry)) {
-      if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(canvas, **layer, f, sources);
-      continue;
-    }
-    const auto& t = std::get<TransitionEntry>(entry);
-    if (f < t.start || f >= t.end) continue;
-    Picture a = blankPicture(width, height);
-    Picture b = blankPicture(width, height);
-    const bool hasA = drawLayer(a, *t.a, f, sources);
-    const bool hasB = drawLayer(b, *t.b, f, sources);
-    const Picture blend = blendTransition(t.transition, hasA ? &a : nullptr, hasB ? &b : nullptr,
-                                          transitionProgress(f, t.start, t.end), width, height);
-    sourceOver(canvas, blend);
-  }
+  drawEntries(canvas, entries, f, sources);
   if (plan.burnCaptions) {
     for (const Caption& caption : plan.captions) {
       if (caption.start <= f && f < caption.end) {

@@ -9,6 +9,7 @@
 
 #include "media/picture.h"
 #include "media/video_reader.h"
+#include "picture/composition_builder.h"
 #include "picture/render_plan.h"
 
 namespace brevelan {
@@ -36,11 +37,16 @@ namespace FrameRenderer {
 // The finished frame f at the canvas size.
 Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, std::int64_t f,
                SourceFrames& sources);
+// Source-over of the entries drawn at frame f onto `canvas`, in order.
+void drawEntries(Picture& canvas, const std::vector<RenderEntry>& entries, std::int64_t f, SourceFrames& sources);
 // Source-over of one layer at frame f onto `canvas`; false when the layer has
 // no picture at this frame.
 bool drawLayer(Picture& canvas, const LayerItem& item, std::int64_t f, SourceFrames& sources);
 // The canvas brought to the plan's output size (unchanged when equal).
 Picture reframed(Picture canvas, const RenderPlan& plan);
+// Frame f of a build as delivered: drawn and reframed; black outside the
+// build's instructions.
+Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sources);
 
 }  // namespace FrameRenderer
 }  // namespace brevelan

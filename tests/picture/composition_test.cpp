@@ -33,10 +33,8 @@ struct Timeline {
   }
   std::shared_ptr<CompositionBuild> build() { return buildComposition(project, seq(), BuildOptions{}); }
   Picture frame(std::int64_t f) {
-    const auto b = build();
     SourceFrames sources;
-    const BrevInstruction* i = b->instructionAt(f);
-    return i ? FrameRenderer::render(*i->plan, i->entries, f, sources) : FrameRenderer::render(*b->plan, {}, f, sources);
+    return FrameRenderer::output(*build(), f, sources);
   }
 };
 
@@ -93,7 +91,7 @@ TEST(Composition, CaptionsBurnInOnlyWhenAskedAndNotWhenEmpty) {
   const auto build = buildComposition(t.project, t.seq(), burn);
   SourceFrames sources;
   const auto changed = [&](std::int64_t f, const std::shared_ptr<CompositionBuild>& b) {
-    const Picture p = FrameRenderer::render(*b->plan, b->instructionAt(f)->entries, f, sources);
+    const Picture p = FrameRenderer::output(*b, f, sources);
     int count = 0;
     for (int y = 0; y < p.height; ++y)
       for (int x = 0; x < p.width; ++x) count += pixel(p, x, y) != std::array{0, 0, 200};
@@ -136,8 +134,7 @@ TEST(Composition, VideoLayersReadTheRightSourceFramesOnSeparateTracks) {
   EXPECT_EQ(build->instructionAt(7)->requiredTrackIDs, (std::vector<std::int32_t>{1, 2}));
   SourceFrames sources;
   const auto shown = [&](std::int64_t f) {
-    const BrevInstruction* i = build->instructionAt(f);
-    return readFrameNumber(FrameRenderer::render(*i->plan, i->entries, f, sources));
+    return readFrameNumber(FrameRenderer::output(*build, f, sources));
   };
   EXPECT_EQ(shown(3), 13);                                             // sourceIn 10
   EXPECT_EQ(shown(7), 42);                                             // V2 on top
