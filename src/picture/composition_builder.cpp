@@ -26,6 +26,16 @@ Span transitionSpan(std::int64_t cut, std::int64_t length) {
   return {start, start + length};
 }
 
+// Stands for a side of a transition that has no picture.
+const LayerRef& nothing() {
+  static const LayerRef none = [] {
+    auto item = std::make_shared<LayerItem>();
+    item->clip.enabled = false;
+    return item;
+  }();
+  return none;
+}
+
 class EntryBuilder {
  public:
   EntryBuilder(const Project& project, bool proxies) : project_(project), proxies_(proxies) {}
@@ -58,22 +68,11 @@ class EntryBuilder {
         item->plainFrom = std::max(head ? in.to : cs, visible.from);
         item->plainTo = std::min(tail ? out.from : ce, visible.to);
         const bool drawn = clip.enabled && item->visFrom < item->visTo && describe(*item, seq, depth);
-        if (drawn && head && previous) {
-          entries.emplace_back(TransitionEntry{previous, item, *clip.transitionIn, std::max(in.from, visible.from),
-                                               std::min(in.to, visible.to)});
-        } else if (drawn && head) {
-          // The clip before draws nothing: the incoming clip blends against
-          // transparency, which over black reads as a fade-in.
-          auto none = std::make_shared<LayerItem>();
-          none->kind = LayerKind::color;
-          none->clip.enabled = false;
-          entries.emplace_back(TransitionEntry{none, item, *clip.transitionIn, std::max(in.from, visible.from),
-                                               std::min(in.to, visible.to)});
-        } else if (!drawn && head && previous) {
-          auto none = std::make_shared<LayerItem>();
-          none->kind = LayerKind::color;
-          none->clip.enabled = false;
-          entries.emplace_back(TransitionEntry{previous, none, *clip.transitionIn, std::max(in.from, visible.from),
+        if (head && (drawn || previous)) {
+          // A side that draws nothing blends as transparency: over black, a
+          // transition from or to nothing reads as a fade.
+          entries.emplace_back(TransitionEntry{previous ? previous : nothing(), drawn ? item : nothing(),
+                                               *clip.transitionIn, std::max(in.from, visible.from),
                                                std::min(in.to, visible.to)});
         }
         if (drawn) entries.emplace_back(LayerRef(item));
