@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/command_line.h"
+#include "app/shell/editor_window.h"
 
 int main(int argc, char** argv) {
   // Frames of several megabytes are made and dropped dozens of times a
@@ -14,10 +15,7 @@ int main(int argc, char** argv) {
   mallopt(M_MMAP_THRESHOLD, 64 << 20);
   mallopt(M_TRIM_THRESHOLD, 256 << 20);
   std::vector<std::string> args(argv + 1, argv + argc);
-  if (args.empty()) {
-    // The editor window comes with the application shell; until then the
-    // headless commands are the way in.
-    std::cerr << "brevelan: the editor window is not available in this build; showing the commands.\n";
-  }
+  // No subcommand, or a project file alone: the editor window.
+  if (args.empty() || (args.size() == 1 && args[0].ends_with(".brevelan"))) return brevelan::runEditor(argc, argv);
   return brevelan::runCommandLine(args, std::cin, std::cout, std::cerr);
 }

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QApplication>
+#include <QByteArray>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+namespace brevelan::testing {
+
+// One QApplication for a test program, on Qt's offscreen display unless a
+// display was chosen. Call before anything else touches Qt.
+inline QApplication& widgetApp() {
+  static QApplication* app = [] {
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
+      const std::string runtime = "/tmp/runtime-" + std::to_string(::getuid());
+      ::mkdir(runtime.c_str(), 0700);
+      qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime));
+    }
+    static int argc = 1;
+    static char name[] = "brevelan-test";
+    static char* argv[] = {name, nullptr};
+    return new QApplication(argc, argv);
+  }();
+  return *app;
+}
+
+}  // namespace brevelan::test
