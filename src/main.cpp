@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
   mallopt(M_MMAP_THRESHOLD, 64 << 20);
   mallopt(M_TRIM_THRESHOLD, 256 << 20);
   std::vector<std::string> args(argv + 1, argv + argc);
+  if (!args.empty() && args[0] == "screenshot") return brevelan::runScreenshot(argc, argv);
   // No subcommand, or a project file alone: the editor window.
   if (args.empty() || (args.size() == 1 && args[0].ends_with(".brevelan"))) return brevelan::runEditor(argc, argv);
   return brevelan::runCommandLine(args, std::cin, std::cout, std::cerr);
