@@ -117,6 +117,18 @@ TEST_F(DemoCommands, FrameDrawsAnyFrameAtAnySize) {
   EXPECT_EQ(runFrameCommand({project, "--at", "-3", "-o", png}, out, err), 2);
 }
 
+// The whole editor window, drawn off screen: what a person would see first.
+TEST_F(DemoCommands, ScreenshotDrawsTheEditorWindowWithTheProgramPicture) {
+  const auto project = (*dir_ / "Sample.brevelan").string(), png = (*dir_ / "window.png").string();
+  const std::string command = std::string(BREVELAN_BINARY) + " screenshot '" + project + "' -o '" + png +
+                              "' --size 1280x800 --at 10 2>&1";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  const auto shot = loadStill(png);
+  ASSERT_TRUE(shot) << shot.error();
+  EXPECT_EQ(std::pair(shot->width, shot->height), std::pair(1280, 800));
+  EXPECT_NE(std::system((std::string(BREVELAN_BINARY) + " screenshot '" + project + "' -o x.png --workspace NOPE 2>/dev/null").c_str()), 0);
+}
+
 TEST_F(DemoCommands, CtrlCCancelsAnExportAndLeavesNoFile) {
   const auto movie = *dir_ / "cancelled.mov", said = *dir_ / "said.txt";
   const std::string project = (*dir_ / "Sample.brevelan").string();

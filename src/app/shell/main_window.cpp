@@ -676,7 +676,7 @@ void MainWindow::refreshTitle() {
   const EditorState& s = editor_.state();
   QString title = QString::fromStdString(editor_.project().name);
   if (s.fileURL) title = QString::fromStdString(s.fileURL->filename().string());
-  setWindowTitle(QStringLiteral("%1%2 — Vael Brevelan").arg(title, s.dirty ? " •" : ""));
+  setWindowTitle(QStringLiteral("%1[*] — Vael Brevelan").arg(title));
   setWindowModified(s.dirty);
 }
 
