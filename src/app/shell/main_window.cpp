@@ -306,6 +306,7 @@ void MainWindow::buildMenus() {
       act->setCheckable(command.checkable);
       actions_.emplace(command.id, act);
     }
+    if (command.id == "delete") act->setShortcuts({command.key, QKeySequence(QKeySequence::Delete)});
     // Shortcuts work in every workspace, also while a viewer or the timeline has focus.
     act->setShortcutContext(Qt::WindowShortcut);
     addAction(act);

@@ -4,6 +4,7 @@
 #include <QDropEvent>
 #include <QHBoxLayout>
 #include <QInputDialog>
+#include <QMenu>
 #include <QMimeData>
 #include <QPainter>
 #include <QPointer>
@@ -23,6 +24,7 @@ namespace brevelan {
 namespace {
 
 constexpr int kIdRole = Qt::UserRole + 1;
+constexpr int kSequenceRole = Qt::UserRole + 2;  // true for a sequence of the project
 const QSize kThumbSize(128, 72);
 const char* kAllMedia = "All Media";
 
@@ -36,7 +38,8 @@ class BinList final : public QListWidget {
   QMimeData* mimeData(const QList<QListWidgetItem*>& items) const override {
     std::vector<Uuid> ids;
     for (const QListWidgetItem* item : items)
-      if (auto id = Uuid::parse(item->data(kIdRole).toString().toStdString())) ids.push_back(*id);
+      if (item->data(kSequenceRole).toBool()) continue;
+      else if (auto id = Uuid::parse(item->data(kIdRole).toString().toStdString())) ids.push_back(*id);
     return mediaDragData(ids).release();
   }
 };
@@ -47,6 +50,22 @@ QPixmap placeholderThumb(MediaKind kind) {
   QPainter painter(&pixmap);
   painter.setPen(QColor(200, 200, 210));
   painter.drawText(pixmap.rect(), Qt::AlignCenter, kind == MediaKind::audio ? "♪" : "…");
+  return pixmap;
+}
+
+QPixmap sequenceThumb(bool open) {
+  QPixmap pixmap(kThumbSize);
+  pixmap.fill(QColor(48, 40, 64));
+  QPainter painter(&pixmap);
+  // Three little tracks of clips.
+  const QColor clips[] = {QColor(92, 112, 190), QColor(92, 112, 190), QColor(60, 150, 120)};
+  for (int row = 0; row < 3; ++row)
+    for (int x = 10 + row * 7; x < kThumbSize.width() - 16; x += 34)
+      painter.fillRect(x, 16 + row * 16, 26, 11, clips[row]);
+  if (open) {
+    painter.setPen(QPen(QColor(64, 140, 255), 3));
+    painter.drawRect(pixmap.rect().adjusted(1, 1, -2, -2));
+  }
   return pixmap;
 }
 
@@ -103,7 +122,26 @@ MediaBin::MediaBin(EditorModel& editor, Importer import, QWidget* parent)
     bins_->setCurrentText(name);
   });
   connect(list_, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
-    if (auto id = Uuid::parse(item->data(kIdRole).toString().toStdString())) Q_EMIT openInSource(*id);
+    const auto id = Uuid::parse(item->data(kIdRole).toString().toStdString());
+    if (!id) return;
+    if (item->data(kSequenceRole).toBool())
+      openSequence(*id);
+    else
+      Q_EMIT openInSource(*id);
+  });
+  list_->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(list_, &QListWidget::customContextMenuRequested, this, [this](const QPoint& at) {
+    QListWidgetItem* item = list_->itemAt(at);
+    const auto id = item ? Uuid::parse(item->data(kIdRole).toString().toStdString()) : std::nullopt;
+    if (!id) return;
+    QMenu menu(this);
+    if (item->data(kSequenceRole).toBool()) {
+      menu.addAction("Open in Timeline", this, [this, id] { openSequence(*id); });
+      menu.addAction("Put in the Timeline as a Nested Clip", this, [this, id] { editor_.nestIn(*id); });
+    } else {
+      menu.addAction("Open in Source Viewer", this, [this, id] { Q_EMIT openInSource(*id); });
+    }
+    menu.exec(list_->viewport()->mapToGlobal(at));
   });
   connect(list_, &QListWidget::itemSelectionChanged, this, [this] {
     const auto items = list_->selectedItems();
@@ -161,6 +199,26 @@ void MediaBin::refresh() {
     item->setIcon(QIcon(thumb));
     item->setSelected(selected.contains(id));
   }
+  // The project's sequences follow its media: open one, or nest it.
+  for (const BrevSequence& sequence : project.sequences) {
+    const QString name = QString::fromStdString(sequence.name);
+    if (!filter.isEmpty() && !name.contains(filter, Qt::CaseInsensitive)) continue;
+    auto* item = new QListWidgetItem(name, list_);
+    item->setData(kIdRole, QString::fromStdString(sequence.id.str()));
+    item->setData(kSequenceRole, true);
+    const bool open = sequence.id == project.activeSequenceID;
+    item->setToolTip(QStringLiteral("Sequence %1 × %2, %3%4")
+                         .arg(sequence.width)
+                         .arg(sequence.height)
+                         .arg(QString::fromStdString(sequence.rate.label()), open ? " (open)" : ""));
+    item->setIcon(QIcon(sequenceThumb(open)));
+  }
+}
+
+void MediaBin::openSequence(const Uuid& id) {
+  editor_.edit("Open Sequence", false, true, [&](Project& project) {
+    if (project.sequence(id)) project.activeSequenceID = id;
+  });
 }
 
 void MediaBin::requestThumb(const Uuid& id) {

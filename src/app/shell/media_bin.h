@@ -41,6 +41,7 @@ class MediaBin : public QWidget {
 
  private:
   void requestThumb(const Uuid& id);
+  void openSequence(const Uuid& id);
 
   EditorModel& editor_;
   Importer import_;

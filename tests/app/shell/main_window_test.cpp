@@ -203,7 +203,8 @@ TEST_F(EditorWindow, ImportedMediaAppearInTheBinAndOpenInTheSourceViewer) {
   const std::size_t before = editor_->project().media.size();
   window_->importMedia({dir_->path() / "demo" / "tone-6dBFS.wav", dir_->path() / "missing.mov"});
   EXPECT_EQ(editor_->project().media.size(), before + 1);
-  EXPECT_EQ(window_->bin().list().count(), static_cast<int>(before + 1));
+  // Media first, then the project's sequences.
+  EXPECT_EQ(window_->bin().list().count(), static_cast<int>(before + 1 + editor_->project().sequences.size()));
   QTest::qWait(20);
   ASSERT_EQ(alerts_.size(), 1u);  // the missing file is named, the rest arrived
   EXPECT_NE(alerts_[0].find("missing.mov"), std::string::npos);
