@@ -19,10 +19,6 @@
 #include "app/script_runner.h"
 #include "model/project_file.h"
 
-#ifndef BREVELAN_VERSION
-#define BREVELAN_VERSION "0.0.0"
-#endif
-
 namespace brevelan {
 namespace {
 

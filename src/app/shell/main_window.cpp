@@ -34,10 +34,6 @@
 #include "model/autosave.h"
 #include "picture/composition_builder.h"
 
-#ifndef BREVELAN_VERSION
-#define BREVELAN_VERSION "0.0.0"
-#endif
-
 namespace brevelan {
 namespace {
 
