@@ -177,6 +177,18 @@ class EditorModel {
   // Moves the playhead to the next (or previous) clip edge or marker.
   void gotoEdit(bool forward);
 
+  // Track switches from the timeline's headers. Mute and solo change only the
+  // sound, so they refresh the mix without a picture rebuild.
+  bool setTrackMuted(TrackRef track, bool on);   // "Mute"
+  bool setTrackSolo(TrackRef track, bool on);    // "Solo"
+  bool setTrackLocked(TrackRef track, bool on);  // "Lock"
+  // Media from the bin dropped on a track at a frame, overwritten there one
+  // after another, each whole. The dropped track takes what it can show; the
+  // rest (a movie's sound, a sound file dropped on a video track) goes to the
+  // track of the other kind with the same number, or the last one there is,
+  // linked to its picture. Selects the new clips.
+  bool dropMedia(const std::vector<Uuid>& items, TrackRef track, std::int64_t frame);  // "Overwrite"
+
   // Files. Failures are also raised as `alert` with the fixed title.
   Expected<void, FileError> open(const std::filesystem::path& file);
   // Writes to the file location, asking for one first when there is none.
