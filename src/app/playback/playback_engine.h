@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
+#include "app/playback/stem_mix.h"
 #include "edit/editor_services.h"
 #include "model/frame_rate.h"
 #include "model/sequence.h"
@@ -45,6 +47,10 @@ class PlaybackEngine : public QObject, public ProgramPlayer {
   // Playback measurement since the last seek or rate change.
   std::int64_t framesShown() const;
   std::int64_t framesDropped() const;
+  // Pictures drawn by the workers since the engine was made.
+  std::int64_t framesDrawn() const;
+  // The gain each stem plays at now (after the last replaceItem or updateAudioMix).
+  std::vector<StemGain> soundGains() const;
 
  Q_SIGNALS:
   // The picture for `frame`, ready to show.
@@ -60,6 +66,18 @@ class PlaybackEngine : public QObject, public ProgramPlayer {
 
  private:
   struct State;
+  void tick();
+  void landed();
+  void restartClock();
+  void showStill();
+  void show(std::int64_t frame, QImage picture);
+  void announce(std::int64_t frame);
+  void startSound();
+  void stopSound();
+  void restartSound();
+  void playSilently();
+  void pauseAtEnd(std::int64_t frame);
+  double clockFrame();
   std::unique_ptr<State> state_;
 };
 
