@@ -1,5 +1,7 @@
 #include "app/playback/frame_pump.h"
 
+#include "picture/picture_image.h"
+
 #include <pthread.h>
 
 #include <algorithm>
@@ -7,19 +9,6 @@
 #include "picture/frame_renderer.h"
 
 namespace brevelan {
-
-QImage toImage(Picture picture) {
-  if (picture.empty()) return {};
-  // BGRA in memory is Qt's ARGB32 on a little-endian machine.
-  const QImage::Format format =
-      picture.order == PixelOrder::rgba ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_ARGB32_Premultiplied;
-  const int width = picture.width;
-  const int height = picture.height;
-  const auto stride = static_cast<qsizetype>(picture.stride());
-  std::uint8_t* pixels = picture.pixels.release();
-  return QImage(
-      pixels, width, height, stride, format, [](void* data) { delete[] static_cast<std::uint8_t*>(data); }, pixels);
-}
 
 FramePump::FramePump(int workers, std::function<void()> landed) : landed_(std::move(landed)) {
   for (int i = 0; i < std::max(workers, 1); ++i) workers_.emplace_back([this] { work(); });

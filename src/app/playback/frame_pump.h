@@ -18,9 +18,6 @@
 
 namespace brevelan {
 
-// The picture as a QImage that takes over its pixels (no copy).
-QImage toImage(Picture picture);
-
 // Draws the frames the player will want next on worker threads, each with
 // readers of its own, and keeps them until they are shown or no longer
 // wanted. Workers take the most urgent wanted frame that nobody is drawing,

@@ -17,10 +17,10 @@ FrameRate mediaFrameRate(const MediaItem& item) {
   return {num / divisor, 1000 / divisor};
 }
 
-BrevSequence sourcePreview(const MediaItem& item) {
+BrevSequence sourcePreview(const MediaItem& item, std::optional<FrameRate> rate) {
   const bool sized = item.width > 0 && item.height > 0;
   BrevSequence seq = BrevSequence::make(item.name, sized ? item.width : 1920, sized ? item.height : 1080,
-                                        mediaFrameRate(item));
+                                        rate.value_or(mediaFrameRate(item)));
   // The same clips a source edit of the whole item onto V1 and A1 makes.
   const std::optional<SourceEdit> edit = threePointClips(seq, item, SourceEditMarks{});
   if (!edit) return seq;
@@ -31,9 +31,9 @@ BrevSequence sourcePreview(const MediaItem& item) {
   return seq;
 }
 
-std::optional<BrevSequence> sourcePreview(const Project& project, const Uuid& mediaID) {
+std::optional<BrevSequence> sourcePreview(const Project& project, const Uuid& mediaID, std::optional<FrameRate> rate) {
   for (const MediaItem& item : project.media)
-    if (item.id == mediaID) return sourcePreview(item);
+    if (item.id == mediaID) return sourcePreview(item, rate);
   return std::nullopt;
 }
 

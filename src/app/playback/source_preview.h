@@ -16,8 +16,11 @@ FrameRate mediaFrameRate(const MediaItem& item);
 // What the Source viewer plays: the whole item on a sequence of its own
 // rate and picture size — a picture clip on V1 when it has one, a linked
 // sound clip on A1 when it has sound. A still lasts the usual still length.
-BrevSequence sourcePreview(const MediaItem& item);
+// The editor asks for the open sequence's rate, so that the Source viewer's
+// marks count in the frames its source edits use.
+BrevSequence sourcePreview(const MediaItem& item, std::optional<FrameRate> rate = std::nullopt);
 // The same for an item of the project's bin; nothing when it is not there.
-std::optional<BrevSequence> sourcePreview(const Project& project, const Uuid& mediaID);
+std::optional<BrevSequence> sourcePreview(const Project& project, const Uuid& mediaID,
+                                          std::optional<FrameRate> rate = std::nullopt);
 
 }  // namespace brevelan

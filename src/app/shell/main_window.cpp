@@ -19,6 +19,7 @@
 #include <cmath>
 
 #include "app/playback/playback_engine.h"
+#include "app/playback/source_preview.h"
 #include "app/shell/brev_commands.h"
 #include "app/shell/clip_inspector.h"
 #include "app/shell/dark_theme.h"
@@ -49,23 +50,6 @@ constexpr std::array<const char*, 5> kWorkspaceCommands{"workspaceEdit", "worksp
                                                         "workspaceCaptions", "workspaceDeliver"};
 constexpr float kMaxShuttle = 8;
 
-// One clip of the whole item on V1 (and its sound on A1, linked).
-BrevSequence previewSequence(const MediaItem& item, const BrevSequence& like) {
-  BrevSequence seq = BrevSequence::make(item.name, like.width, like.height, like.rate);
-  const std::int64_t length = item.sourceLimit(like.rate).value_or(MediaItem::stillLength(like.rate));
-  const Uuid link = Uuid::make();
-  if (item.hasVideo || item.kind == MediaKind::image) {
-    Clip clip = Clip::make(ClipSource::media(item.id), item.name, 0, length, 0, item.sourceLimit(like.rate));
-    if (item.hasAudio) clip.linkID = link;
-    seq.video.mut(0).clips.push_back(clip);
-  }
-  if (item.hasAudio) {
-    Clip clip = Clip::make(ClipSource::media(item.id), item.name, 0, length, 0, item.sourceLimit(like.rate));
-    if (item.hasVideo) clip.linkID = link;
-    seq.audio.mut(0).clips.push_back(clip);
-  }
-  return seq;
-}
 
 const QString kProjectFilter = "Vael Brevelan projects (*.brevelan)";
 
@@ -145,6 +129,16 @@ MainWindow::MainWindow(EditorModel& editor, PlaybackEngine& program)
   });
   connect(&program_, &PlaybackEngine::soundUnavailable, this,
           [this](const QString& message) { editor_.setStatus(message.toStdString()); });
+  // Meters after each track's fader, for the mixer's strips.
+  connect(&program_, &PlaybackEngine::metersChanged, this, [this](const Meters& meters) {
+    const BrevSequence* sequence = editor_.activeSequence();
+    if (!sequence) return;
+    std::map<Uuid, StereoLevel> levels;
+    for (std::size_t i = 0; i < meters.tracks.size() && i < sequence->audio.size(); ++i)
+      levels[sequence->audio[i].id] = StereoLevel{meters.tracks[i].left, meters.tracks[i].right};
+    editor_.setMeters(std::move(levels));
+    editor_.setMasterMeter(StereoLevel{meters.master.left, meters.master.right});
+  });
   connect(sourcePlayer_.get(), &PlaybackEngine::frameShown, this,
           [this](const QImage& picture, qint64) { sourceViewer_->view().setPicture(picture); });
   connect(sourcePlayer_.get(), &PlaybackEngine::positionChanged, this,
@@ -707,7 +701,7 @@ void MainWindow::openSourceMedia(const std::string& mediaID) {
   const MediaItem* item = editor_.project().mediaItem(*Uuid::parse(mediaID));
   if (!item) return;
   const BrevSequence* open = editor_.activeSequence();
-  BrevSequence preview = previewSequence(*item, open ? *open : BrevSequence::make("Source"));
+  BrevSequence preview = sourcePreview(*item, open ? std::optional(open->rate) : std::nullopt);
   Project project = editor_.project();
   sourceViewer_->view().setPicture({});
   sourceViewer_->view().setPlaceholder(QStringLiteral("Opening “%1”…").arg(QString::fromStdString(item->name)));

@@ -14,11 +14,11 @@
 
 #include <algorithm>
 
-#include "app/shell/picture_image.h"
 #include "app/shell/qt_services.h"
 #include "app/timeline/media_drag.h"
 #include "edit/editor_model.h"
 #include "media/thumb_cache.h"
+#include "picture/picture_image.h"
 
 namespace brevelan {
 namespace {
@@ -192,7 +192,7 @@ void MediaBin::refresh() {
     QPixmap thumb = placeholderThumb(media.kind);
     if (media.kind != MediaKind::audio) {
       if (auto picture = ThumbCache::shared().cached(media.id, 1.0))
-        thumb = QPixmap::fromImage(imageOf(picture).scaled(kThumbSize, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        thumb = QPixmap::fromImage(toImage(picture).scaled(kThumbSize, Qt::KeepAspectRatio, Qt::SmoothTransformation));
       else
         requestThumb(media.id);
     }

@@ -1,5 +1,7 @@
 #include "app/timeline/timeline_artwork.h"
 
+#include "picture/picture_image.h"
+
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QThreadPool>
@@ -20,15 +22,6 @@ void onMainThread(std::function<void()> work) {
 }
 
 }  // namespace
-
-QImage toQImage(const Picture& picture) {
-  if (picture.empty()) return {};
-  const QImage::Format format =
-      picture.order == PixelOrder::rgba ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_ARGB32_Premultiplied;
-  QImage image(picture.width, picture.height, format);
-  for (int y = 0; y < picture.height; ++y) std::memcpy(image.scanLine(y), picture.row(y), picture.stride());
-  return image;
-}
 
 struct TimelineArtwork::Store {
   std::function<void()> changed;
@@ -55,7 +48,7 @@ const QImage* TimelineArtwork::thumb(const MediaItem& item, double seconds) {
       const auto store = weak.lock();
       if (!store || !picture) return;
       // Kept at about the size they are drawn, not the cache's larger one.
-      QImage image = toQImage(*picture);
+      QImage image = toImage(picture);
       if (image.height() > kThumbHeight) image = image.scaledToHeight(kThumbHeight, Qt::SmoothTransformation);
       store->thumbs[key] = std::move(image);
       if (store->changed) store->changed();

@@ -47,7 +47,4 @@ class TimelineArtwork {
   std::shared_ptr<Store> store_;
 };
 
-// A Picture's pixels as a QImage of the same size (an own copy).
-QImage toQImage(const Picture& picture);
-
 }  // namespace brevelan

@@ -1,0 +1,31 @@
+#include "picture/picture_image.h"
+
+namespace brevelan {
+namespace {
+
+QImage::Format formatOf(const Picture& picture) {
+  return picture.order == PixelOrder::rgba ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_ARGB32_Premultiplied;
+}
+
+}  // namespace
+
+QImage toImage(Picture picture) {
+  if (picture.empty()) return {};
+  const QImage::Format format = formatOf(picture);
+  const int width = picture.width;
+  const int height = picture.height;
+  const auto stride = static_cast<qsizetype>(picture.stride());
+  std::uint8_t* pixels = picture.pixels.release();
+  return QImage(
+      pixels, width, height, stride, format, [](void* data) { delete[] static_cast<std::uint8_t*>(data); }, pixels);
+}
+
+QImage toImage(std::shared_ptr<const Picture> picture) {
+  if (!picture || picture->empty()) return {};
+  auto* keep = new std::shared_ptr<const Picture>(picture);
+  return QImage(
+      picture->pixels.get(), picture->width, picture->height, static_cast<qsizetype>(picture->stride()),
+      formatOf(*picture), [](void* info) { delete static_cast<std::shared_ptr<const Picture>*>(info); }, keep);
+}
+
+}  // namespace brevelan
