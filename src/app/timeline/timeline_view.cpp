@@ -221,7 +221,7 @@ TimelineView::TimelineView(EditorModel& editor, QWidget* parent)
         const double x = xOf(editor_.state().playhead);
         if (!parts_->playheadDrag && (x < kHeaderWidth || x > width() - kScrollBar))
           setScrollX(static_cast<double>(editor_.state().playhead) * editor_.state().pixelsPerFrame -
-                     (width() - kHeaderWidth) * 0.1);
+                     std::max(width() - kHeaderWidth, 400) * 0.1);  // also before the first layout
         update();
         break;
       }
