@@ -28,6 +28,10 @@
 #include "app/shell/sheets.h"
 #include "app/shell/viewer_panel.h"
 #include "app/timeline/timeline_view.h"
+#include "app/workspaces/audio_page.h"
+#include "app/workspaces/captions_page.h"
+#include "app/workspaces/color_page.h"
+#include "app/workspaces/deliver_page.h"
 #include "edit/editor_model.h"
 #include "edit/media_import.h"
 #include "media/derived_makers.h"
@@ -215,13 +219,10 @@ void MainWindow::buildPages() {
   edit->setSizes({560, 440});
   pages_->addWidget(edit);
 
-  // The other workspaces get their controls with the widget kit.
-  for (std::size_t i = 1; i < EnumTexts<Workspace>::items.size(); ++i) {
-    auto* page = new QLabel(QStringLiteral("%1 workspace").arg(qtext(EnumTexts<Workspace>::items[i].second)), pages_);
-    page->setAlignment(Qt::AlignCenter);
-    page->setStyleSheet("color: #6a6a72; font-size: 16pt;");
-    pages_->addWidget(page);
-  }
+  pages_->addWidget(new ColorPage(editor_, program_, pages_));
+  pages_->addWidget(new AudioPage(editor_, program_, pages_));
+  pages_->addWidget(new CaptionsPage(editor_, pages_));
+  pages_->addWidget(new DeliverPage(editor_, pages_));
   connect(tabs_, &QTabBar::currentChanged, this, [this](int index) { setWorkspace(index); });
   setCentralWidget(central);
 

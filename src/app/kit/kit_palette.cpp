@@ -1,0 +1,1 @@
+#include "app/kit/kit_palette.h"
