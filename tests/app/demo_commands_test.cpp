@@ -21,6 +21,7 @@
 #include "media/video_reader.h"
 #include "model/project_file.h"
 #include "sound/mixer.h"
+#include "support/demo_folder.h"
 #include "support/temp_dir.h"
 
 namespace brevelan {
@@ -31,8 +32,6 @@ class DemoCommands : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     dir_ = new testing::TempDir;
-    std::ostringstream out, err;
-    ASSERT_EQ(runDemoCommand({dir_->path().string()}, out, err), 0) << err.str();
   }
   static void TearDownTestSuite() {
     delete dir_;
@@ -45,7 +44,7 @@ testing::TempDir* DemoCommands::dir_ = nullptr;
 TEST_F(DemoCommands, MixCommandWritesTheMixersSamplesAsFloatWav) {
   const testing::TempDir& dir = *dir_;
   std::ostringstream out, err;
-  const auto project = dir / "Sample.brevelan", wav = dir / "mix.wav";
+  const auto project = testing::demoFolder() / "Sample.brevelan", wav = dir / "mix.wav";
   EXPECT_EQ(runMixCommand({project.string(), "b.wav"}, out, err), 2);
   EXPECT_EQ(runMixCommand({(dir / "gone").string(), "-o", wav.string()}, out, err), 1);
   ASSERT_EQ(runMixCommand({project.string(), "-o", wav.string()}, out, err), 0) << err.str();
@@ -65,7 +64,7 @@ TEST_F(DemoCommands, MixCommandWritesTheMixersSamplesAsFloatWav) {
 TEST_F(DemoCommands, MarkBeatsMarksTheClickTrackEveryHalfSecondAsOneUndoStep) {
   const testing::TempDir& dir = *dir_;
   std::ostringstream err;
-  const auto project = dir / "Sample.brevelan", saved = dir / "beats.brevelan";
+  const auto project = testing::demoFolder() / "Sample.brevelan", saved = dir / "beats.brevelan";
   std::istringstream script(R"({"op":"markBeats","clip":"Music"})"
                             "\n"
                             R"({"op":"markBeats","clip":"Black"})"
@@ -95,7 +94,7 @@ TEST_F(DemoCommands, MarkBeatsMarksTheClickTrackEveryHalfSecondAsOneUndoStep) {
 }
 
 TEST_F(DemoCommands, FrameDrawsAnyFrameAtAnySize) {
-  const auto project = (*dir_ / "Sample.brevelan").string(), png = (*dir_ / "frame.png").string();
+  const auto project = (testing::demoFolder() / "Sample.brevelan").string(), png = (*dir_ / "frame.png").string();
   std::ostringstream out, err;
   EXPECT_EQ(runFrameCommand({project, "--at", "400", "-o", png, "--size", "1080x1920", "--reframe", "fitBlur"}, out, err),
             0)
@@ -106,7 +105,7 @@ TEST_F(DemoCommands, FrameDrawsAnyFrameAtAnySize) {
   // Frame 10 is the colour-bars movie alone, full frame: exactly its own picture.
   ASSERT_EQ(runFrameCommand({project, "--at", "10", "-o", png}, out, err), 0) << err.str();
   const auto drawn = loadStill(png);
-  auto reader = VideoReader::open(*dir_ / "colour-bars.mov");
+  auto reader = VideoReader::open(testing::demoFolder() / "colour-bars.mov");
   ASSERT_TRUE(drawn && reader);
   const auto source = (*reader)->picture(10);
   ASSERT_TRUE(source);
@@ -119,8 +118,8 @@ TEST_F(DemoCommands, FrameDrawsAnyFrameAtAnySize) {
 
 // The whole editor window, drawn off screen: what a person would see first.
 TEST_F(DemoCommands, ScreenshotDrawsTheEditorWindowWithTheProgramPicture) {
-  const auto project = (*dir_ / "Sample.brevelan").string(), png = (*dir_ / "window.png").string();
-  const std::string command = std::string(BREVELAN_BINARY) + " screenshot '" + project + "' -o '" + png +
+  const auto project = (testing::demoFolder() / "Sample.brevelan").string(), png = (*dir_ / "window.png").string();
+  const std::string command = "XDG_DATA_HOME='" + (*dir_ / "xdg").string() + "' " + BREVELAN_BINARY + " screenshot '" + project + "' -o '" + png +
                               "' --size 1280x800 --at 10 2>&1";
   ASSERT_EQ(std::system(command.c_str()), 0);
   const auto shot = loadStill(png);
@@ -131,7 +130,7 @@ TEST_F(DemoCommands, ScreenshotDrawsTheEditorWindowWithTheProgramPicture) {
 
 TEST_F(DemoCommands, CtrlCCancelsAnExportAndLeavesNoFile) {
   const auto movie = *dir_ / "cancelled.mov", said = *dir_ / "said.txt";
-  const std::string project = (*dir_ / "Sample.brevelan").string();
+  const std::string project = (testing::demoFolder() / "Sample.brevelan").string();
   const pid_t child = ::fork();
   if (child == 0) {
     const int log = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);

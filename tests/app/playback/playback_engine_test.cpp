@@ -18,6 +18,8 @@
 #include "media/media_probe.h"
 #include "picture/composition_builder.h"
 #include "picture/frame_renderer.h"
+#include "model/project_file.h"
+#include "support/demo_folder.h"
 #include "support/temp_dir.h"
 #include "support/widget_app.h"
 
@@ -52,8 +54,8 @@ struct Sample {
 
   Sample() {
     ::setenv("XDG_DATA_HOME", (dir.path() / "xdg").c_str(), 1);
-    auto made = makeSampleProjectWithMedia(dir.path(), MediaProbe());
-    if (!made) throw std::runtime_error(made.error());
+    auto made = ProjectFile::load(testing::demoFolder() / "Sample.brevelan");
+    if (!made) throw std::runtime_error(made.error().message);
     project = std::move(made).value();
     main = project.sequences[0];
     build = rebuild(main);

@@ -21,6 +21,7 @@
 #include "app/shell/qt_services.h"
 #include "edit/editor_model.h"
 #include "model/project_file.h"
+#include "support/demo_folder.h"
 #include "support/temp_dir.h"
 #include "support/widget_app.h"
 
@@ -36,8 +37,6 @@ class EditorWindow : public ::testing::Test {
     // Caches and recovery copies go to the test's own folder.
     setenv("XDG_DATA_HOME", (dir_->path() / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (dir_->path() / "cache").c_str(), 1);
-    std::ostringstream out, err;
-    ASSERT_EQ(runDemoCommand({(dir_->path() / "demo").string()}, out, err), 0) << err.str();
   }
   static void TearDownTestSuite() {
     delete dir_;
@@ -65,7 +64,7 @@ class EditorWindow : public ::testing::Test {
       alerts_.push_back(title.toStdString() + ": " + message.toStdString());
     };
     window_->setPrompts(prompts);
-    ASSERT_TRUE(editor_->open(dir_->path() / "demo" / "Sample.brevelan"));
+    ASSERT_TRUE(editor_->open(testing::demoFolder() / "Sample.brevelan"));
     window_->show();
     window_->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get()));
@@ -175,7 +174,7 @@ TEST_F(EditorWindow, InspectorEditsTheSelectedClipAsOneStepPerControl) {
 TEST_F(EditorWindow, UnsavedWorkIsNeverDroppedWithoutAsking) {
   editor_->addMarker(10, "Here");
   ASSERT_TRUE(editor_->state().dirty);
-  openAnswer_ = dir_->path() / "demo" / "Sample.brevelan";
+  openAnswer_ = testing::demoFolder() / "Sample.brevelan";
 
   discardAnswer_ = ShellPrompts::Discard::cancel;
   window_->runCommand("open");
@@ -201,7 +200,7 @@ TEST_F(EditorWindow, UnsavedWorkIsNeverDroppedWithoutAsking) {
 
 TEST_F(EditorWindow, ImportedMediaAppearInTheBinAndOpenInTheSourceViewer) {
   const std::size_t before = editor_->project().media.size();
-  window_->importMedia({dir_->path() / "demo" / "tone-6dBFS.wav", dir_->path() / "missing.mov"});
+  window_->importMedia({testing::demoFolder() / "tone-6dBFS.wav", dir_->path() / "missing.mov"});
   EXPECT_EQ(editor_->project().media.size(), before + 1);
   // Media first, then the project's sequences.
   EXPECT_EQ(window_->bin().list().count(), static_cast<int>(before + 1 + editor_->project().sequences.size()));
