@@ -8,6 +8,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPointer>
+#include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
@@ -83,16 +84,17 @@ ShellPrompts ShellPrompts::dialogs(QWidget* parent) {
   };
   prompts.confirmDiscard = [parent](const QString& name) {
     QMessageBox box(QMessageBox::Warning, "Unsaved Changes",
-                    QStringLiteral("Do you want to save the changes you made to “%1”?").arg(name),
-                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, parent);
+                    QStringLiteral("Do you want to save the changes you made to “%1”?").arg(name), QMessageBox::NoButton,
+                    parent);
     box.setInformativeText("Your changes will be lost if you don't save them.");
-    box.setButtonText(QMessageBox::Discard, "Don't Save");
-    box.setDefaultButton(QMessageBox::Save);
-    switch (box.exec()) {
-      case QMessageBox::Save: return Discard::save;
-      case QMessageBox::Discard: return Discard::discard;
-      default: return Discard::cancel;
-    }
+    QPushButton* save = box.addButton("Save", QMessageBox::AcceptRole);
+    QPushButton* discard = box.addButton("Don't Save", QMessageBox::DestructiveRole);
+    box.addButton(QMessageBox::Cancel);
+    box.setDefaultButton(save);
+    box.exec();
+    if (box.clickedButton() == save) return Discard::save;
+    if (box.clickedButton() == discard) return Discard::discard;
+    return Discard::cancel;
   };
   prompts.alert = [parent](const QString& title, const QString& message) {
     QMessageBox box(QMessageBox::Warning, title, title, QMessageBox::Ok, parent);

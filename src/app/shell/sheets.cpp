@@ -34,7 +34,9 @@ RecoverySheet::RecoverySheet(EditorModel& editor, Autosave autosave, QWidget* pa
 void RecoverySheet::reload() {
   copies_ = autosave_.pending();
   delete layout();
-  for (QWidget* child : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) child->deleteLater();
+  // Reloads run queued, never inside a row's own button handler, so the old
+  // rows can go at once.
+  for (QWidget* child : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) delete child;
 
   auto* layout = new QVBoxLayout(this);
   auto* heading = new QLabel("<b>Recover Unsaved Work</b>", this);

@@ -188,7 +188,7 @@ TEST_F(EditorWindow, UnsavedWorkIsNeverDroppedWithoutAsking) {
   // Saving first writes the file, then the new document comes in.
   discardAnswer_ = ShellPrompts::Discard::save;
   saveAnswer_ = dir_->path() / "saved.brevelan";
-  editor_->saveAs([this] { return saveAnswer_; });
+  ASSERT_TRUE(editor_->saveAs([this] { return saveAnswer_; }));
   editor_->addMarker(20, "There");
   window_->runCommand("newProject");
   EXPECT_FALSE(editor_->state().dirty);
