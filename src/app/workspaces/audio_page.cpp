@@ -1,18 +1,181 @@
 #include "app/workspaces/audio_page.h"
 
 #include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
+#include "app/kit/kit_palette.h"
+#include "app/workspaces/audio_clip_sound.h"
+#include "app/workspaces/audio_strip.h"
 #include "edit/editor_model.h"
 
 namespace brevelan {
+namespace {
 
-// Placeholder until the workspace lands.
+TrackRef audioTrack(std::int64_t index) { return TrackRef{TrackKind::audio, index}; }
+
+}  // namespace
+
 AudioPage::AudioPage(EditorModel& editor, PlaybackEngine&, QWidget* parent) : QWidget(parent), editor_(editor) {
-  auto* layout = new QVBoxLayout(this);
-  layout->addWidget(new QLabel("AudioPage", this));
+  auto* row = new QHBoxLayout(this);
+  row->setContentsMargins(8, 8, 8, 8);
+  row->setSpacing(8);
+
+  // The mixer: a header with the playhead, then the strips and the master.
+  auto* mixer = new QWidget(this);
+  auto* mixerColumn = new QVBoxLayout(mixer);
+  mixerColumn->setContentsMargins(0, 0, 0, 0);
+  mixerColumn->setSpacing(8);
+  auto* head = new QHBoxLayout;
+  auto* title = new QLabel("Mixer", mixer);
+  title->setStyleSheet(QString("font-weight: bold; font-size: 14px; color: %1;").arg(kit::kText.name()));
+  timecode_ = new kit::LcdReadout("00:00:00:00", 11, mixer);
+  timecode_->setToolTip("Playhead");
+  head->addWidget(title);
+  head->addStretch(1);
+  head->addWidget(timecode_);
+  mixerColumn->addLayout(head);
+
+  auto* stripsHost = new QWidget;
+  stripRow_ = new QHBoxLayout(stripsHost);
+  stripRow_->setContentsMargins(0, 0, 0, 0);
+  stripRow_->setSpacing(4);
+  noTracks_ = new QLabel("No audio tracks in this sequence.", stripsHost);
+  noTracks_->setStyleSheet(QString("color: %1;").arg(kit::kDimText.name()));
+  stripRow_->addWidget(noTracks_);
+  stripRow_->addStretch(1);
+  auto* scroll = new QScrollArea(mixer);
+  scroll->setWidget(stripsHost);
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+
+  auto* strips = new QHBoxLayout;
+  strips->setSpacing(8);
+  strips->addWidget(scroll, 1);
+  master_ = new AudioStrip("Master", true, mixer);
+  strips->addWidget(master_);
+  mixerColumn->addLayout(strips, 1);
+  row->addWidget(mixer, 1);
+
+  auto* clipScroll = new QScrollArea(this);
+  clipSound_ = new AudioClipSound(editor_, clipScroll);
+  clipScroll->setWidget(clipSound_);
+  clipScroll->setWidgetResizable(true);
+  clipScroll->setFrameShape(QFrame::NoFrame);
+  clipScroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  clipScroll->setMinimumWidth(clipSound_->minimumWidth() + clipScroll->verticalScrollBar()->sizeHint().width());
+  row->addWidget(clipScroll, 0);
+
+  // The master fader: sound only, the player applies it live.
+  connect(master_->fader(), &kit::Fader::valueChanged, this, [this] {
+    if (refreshing_) return;
+    const double dB = master_->storedLevel();
+    editor_.editSeq("Master Volume", true, false, [&](BrevSequence& seq) { seq.masterDB = dB; });
+  });
+
+  subscription_ = editor_.subscribe([this](Field field) {
+    switch (field) {
+      case Field::project: return refreshMixer();
+      case Field::meters:
+      case Field::masterMeter: return refreshMeters();
+      case Field::playhead: return refreshPlayhead();
+      default: return;
+    }
+  });
+  refreshMixer();
+  refreshMeters();
 }
 
-AudioPage::~AudioPage() = default;
+AudioPage::~AudioPage() { editor_.unsubscribe(subscription_); }
+
+std::int64_t AudioPage::trackIndex(const AudioStrip* strip) const {
+  const BrevSequence* sequence = editor_.activeSequence();
+  if (!sequence) return -1;
+  for (std::size_t i = 0; i < sequence->audio.size(); ++i)
+    if (sequence->audio[i].id == strip->track) return static_cast<std::int64_t>(i);
+  return -1;
+}
+
+void AudioPage::rebuildStrips() {
+  for (AudioStrip* strip : strips_) {
+    // A strip may be rebuilt from inside one of its own signals.
+    strip->hide();
+    strip->deleteLater();
+  }
+  strips_.clear();
+  const BrevSequence* sequence = editor_.activeSequence();
+  if (!sequence) return;
+  for (const Track& track : sequence->audio) {
+    auto* strip = new AudioStrip(QString::fromStdString(track.name), false, stripRow_->parentWidget());
+    strip->track = track.id;
+    stripRow_->insertWidget(static_cast<int>(strips_.size()), strip);
+    strips_.push_back(strip);
+
+    // Fader, pan, mute and solo change only the sound: no picture rebuild.
+    connect(strip->fader(), &kit::Fader::valueChanged, this, [this, strip] {
+      const std::int64_t index = trackIndex(strip);
+      if (refreshing_ || index < 0) return;
+      const double dB = strip->storedLevel();
+      editor_.editSeq("Volume", true, false,
+                      [&](BrevSequence& seq) { seq.audio.mut(static_cast<std::size_t>(index)).volumeDB = dB; });
+    });
+    connect(strip->pan(), &kit::Knob::valueChanged, this, [this, strip](double pan) {
+      const std::int64_t index = trackIndex(strip);
+      if (refreshing_ || index < 0) return;
+      editor_.editSeq("Pan", true, false,
+                      [&](BrevSequence& seq) { seq.audio.mut(static_cast<std::size_t>(index)).pan = pan; });
+    });
+    connect(strip->mute(), &kit::IconButton::toggled, this, [this, strip](bool on) {
+      const std::int64_t index = trackIndex(strip);
+      if (!refreshing_ && index >= 0) editor_.setTrackMuted(audioTrack(index), on);
+    });
+    connect(strip->solo(), &kit::IconButton::toggled, this, [this, strip](bool on) {
+      const std::int64_t index = trackIndex(strip);
+      if (!refreshing_ && index >= 0) editor_.setTrackSolo(audioTrack(index), on);
+    });
+  }
+}
+
+void AudioPage::refreshMixer() {
+  const BrevSequence* sequence = editor_.activeSequence();
+  bool sameTracks = sequence && sequence->audio.size() == strips_.size();
+  for (std::size_t i = 0; sameTracks && i < strips_.size(); ++i) sameTracks = strips_[i]->track == sequence->audio[i].id;
+  if (!sameTracks) rebuildStrips();
+  noTracks_->setVisible(strips_.empty());
+  master_->setEnabled(sequence != nullptr);
+
+  refreshing_ = true;
+  if (sequence) {
+    for (std::size_t i = 0; i < strips_.size(); ++i) {
+      const Track& track = sequence->audio[i];
+      strips_[i]->setName(QString::fromStdString(track.name));
+      strips_[i]->showLevel(track.volumeDB);
+      strips_[i]->showPan(track.pan);
+      strips_[i]->showSwitches(track.muted, track.solo);
+    }
+    master_->showLevel(sequence->masterDB);
+  }
+  refreshing_ = false;
+  refreshPlayhead();
+}
+
+void AudioPage::refreshMeters() {
+  const auto& meters = editor_.state().meters;
+  for (AudioStrip* strip : strips_) {
+    const auto found = meters.find(strip->track);
+    const StereoLevel level = found == meters.end() ? StereoLevel{} : found->second;
+    strip->meter()->setLevels(level.left, level.right);
+  }
+  const StereoLevel master = editor_.state().masterMeter;
+  master_->meter()->setLevels(master.left, master.right);
+}
+
+void AudioPage::refreshPlayhead() {
+  const BrevSequence* sequence = editor_.activeSequence();
+  timecode_->setText(QString::fromStdString(sequence ? sequence->rate.timecode(editor_.state().playhead)
+                                                     : FrameRate{}.timecode(0)));
+}
 
 }  // namespace brevelan

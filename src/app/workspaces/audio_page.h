@@ -1,13 +1,20 @@
 #pragma once
 
+#include <QHBoxLayout>
 #include <QWidget>
 
 #include <cstdint>
+#include <vector>
 
 namespace brevelan {
 
+class AudioClipSound;
+class AudioStrip;
 class EditorModel;
 class PlaybackEngine;
+namespace kit {
+class LcdReadout;
+}
 
 // The AUDIO workspace: the mixer (a strip per audio track with fader, pan,
 // mute, solo and meter, and the master strip) and the selected clip's sound:
@@ -18,9 +25,29 @@ class AudioPage : public QWidget {
   AudioPage(EditorModel& editor, PlaybackEngine& program, QWidget* parent = nullptr);
   ~AudioPage() override;
 
+  // The strips of the open sequence's audio tracks, A1 first, and the master.
+  const std::vector<AudioStrip*>& strips() const { return strips_; }
+  AudioStrip* master() const { return master_; }
+  AudioClipSound* clipSound() const { return clipSound_; }
+
  private:
+  void rebuildStrips();
+  void refreshMixer();
+  void refreshMeters();
+  void refreshPlayhead();
+  // The index of the strip's track in the open sequence, or -1.
+  std::int64_t trackIndex(const AudioStrip* strip) const;
+
   EditorModel& editor_;
   std::uint64_t subscription_ = 0;
+  bool refreshing_ = false;
+
+  QHBoxLayout* stripRow_;
+  std::vector<AudioStrip*> strips_;
+  AudioStrip* master_;
+  AudioClipSound* clipSound_;
+  kit::LcdReadout* timecode_;
+  QWidget* noTracks_;
 };
 
 }  // namespace brevelan
