@@ -15,6 +15,8 @@ const std::vector<BrevCommand>& brevCommands() {
       {"importMedia", "File", "Import Media…", QKeySequence("Ctrl+I")},
       {"newSequence", "File", "New Sequence…", QKeySequence("Ctrl+Alt+N")},
       {"recover", "File", "Recover Autosaved Work…", QKeySequence("")},
+      {"archive", "File", "Archive Project (Collect Media)…", QKeySequence("")},
+      {"relink", "File", "Relink Missing Media…", QKeySequence("")},
       {"quit", "File", "Quit", QKeySequence("Ctrl+Q")},
       {"undo", "Edit", "Undo", QKeySequence("Ctrl+Z")},
       {"redo", "Edit", "Redo", QKeySequence("Ctrl+Shift+Z")},

@@ -33,6 +33,7 @@
 #include "app/workspaces/captions_page.h"
 #include "app/workspaces/color_page.h"
 #include "app/workspaces/deliver_page.h"
+#include "app/workspaces/safekeeping_sheets.h"
 #include "edit/editor_model.h"
 #include "edit/media_import.h"
 #include "media/derived_makers.h"
@@ -349,6 +350,8 @@ void MainWindow::bindCommands() {
   };
   h["newSequence"] = [this] { NewSequenceSheet(editor_, this).exec(); };
   h["recover"] = [this] { showRecoverySheet(); };
+  h["archive"] = [this] { ArchiveSheet(editor_, this).exec(); };
+  h["relink"] = [this] { RelinkSheet(editor_, this).exec(); };
   h["quit"] = [this] { close(); };
 
   h["undo"] = [&e] { e.undo(); };
@@ -655,7 +658,7 @@ void MainWindow::onField(int raw) {
                 case SheetKind::recovery: showRecoverySheet(); break;
                 case SheetKind::pasteAttributes: runCommand("pasteAttributes"); break;
                 case SheetKind::about: runCommand("about"); break;
-                case SheetKind::relink: editor_.setStatus("Relink Missing Media is in the File menu of the command line"); break;
+                case SheetKind::relink: runCommand("relink"); break;
               }
             },
             Qt::QueuedConnection);
