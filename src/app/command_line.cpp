@@ -15,6 +15,7 @@
 #include "app/project_summary.h"
 #include "app/safekeeping_commands.h"
 #include "app/srt_command.h"
+#include "app/transcribe_command.h"
 #include "media/media_probe.h"
 #include "app/script_runner.h"
 #include "model/project_file.h"
@@ -94,6 +95,9 @@ const std::vector<Command>& commands() {
        1, 10, [](const Args& a, const Context& c) { return runFrameCommand(a, c.out, c.err); }},
       {"mix", "mix PROJECT -o FILE.wav", "render the full sound mix of the open sequence as float WAV", 3, 3,
        [](const Args& a, const Context& c) { return runMixCommand(a, c.out, c.err); }},
+      {"transcribe", "transcribe PROJECT [--save OUT]",
+       "turn the open sequence's speech into captions, on this computer (printed as SRT)", 1, 3,
+       [](const Args& a, const Context& c) { return runTranscribeCommand(a, c.out, c.err); }},
       {"script", "script PROJECT [--save OUT]", "apply JSON-lines edit commands from stdin (script --help)", 1, 3,
        runScriptCommand},
   };

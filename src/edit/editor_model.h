@@ -177,6 +177,19 @@ class EditorModel {
   // Moves the playhead to the next (or previous) clip edge or marker.
   void gotoEdit(bool forward);
 
+  // Transcribe: listens to the active sequence's sound on this computer and
+  // replaces its captions with what was said, as one "Transcribe" step once
+  // the recognizer answers. Asks for permission first where the system wants
+  // that. Returns whether listening (or asking) began; every failure ends in
+  // one alert and leaves the captions as they were.
+  static constexpr const char* kTranscribe = "Transcribe";
+  static constexpr const char* kSpeechLocale = "en-US";
+  static constexpr const char* kListening = "Listening and writing captions (on this computer)…";
+  bool transcribe();
+  // Stops a running transcription; the captions stay as they were.
+  void cancelTranscription();
+  bool transcribing() const { return transcribing_; }
+
   // Track switches from the timeline's headers. Mute and solo change only the
   // sound, so they refresh the mix without a picture rebuild.
   bool setTrackMuted(TrackRef track, bool on);   // "Mute"
@@ -241,6 +254,9 @@ class EditorModel {
   static Clip* mutableClip(BrevSequence& sequence, const Uuid& id);
 
   bool refuse(std::string title, std::string message);
+  // Transcribe once recognition is allowed; finishTranscription takes the answer.
+  bool startTranscription();
+  void finishTranscription(const Uuid& sequence, Expected<SpeechCaptioner::Lines, std::string> lines);
   // Places new clips with a source edit, then puts the playhead after them.
   bool sourceEdit(std::string_view name, bool inserting, bool appending);
   bool placeAtPlayhead(std::string_view name, Clip clip);
@@ -285,6 +301,9 @@ class EditorModel {
   std::uint64_t buildGeneration_ = 0;
   std::shared_ptr<PendingRebuild> rebuildWork_;
   std::uint64_t autosaveTimer_ = 0;
+
+  bool transcribing_ = false;
+  bool transcriptionCancelled_ = false;
 
   std::vector<ClipboardEntry> clipboard_;
   std::optional<Clip> attributeSource_;

@@ -5,8 +5,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include "model/caption.h"
+#include "model/expected.h"
 #include "model/frame_rate.h"
 #include "model/project.h"
 #include "model/sequence.h"
@@ -68,6 +71,36 @@ class RecoveryCopies {
   virtual void discard(const Uuid& /*projectID*/) {}
 };
 
+// Speech in a sequence's sound, heard on this computer and made into caption
+// lines (the layers above hold the recognizer, the mixer and the line builder).
+class SpeechCaptioner {
+ public:
+  enum class Access { ready, needsPermission, unavailable };
+  struct Availability {
+    Access access = Access::unavailable;
+    std::string message;  // why it is not ready
+  };
+  struct Lines {
+    std::vector<Caption> captions;  // at the sequence's rate, from its start
+    std::size_t words = 0;
+  };
+  using Progress = std::function<void(double)>;
+  // The lines, or the sentence that says why there are none.
+  using Done = std::function<void(Expected<Lines, std::string>)>;
+
+  virtual ~SpeechCaptioner() = default;
+  virtual Availability availability(const std::string& locale) = 0;
+  // Asks the system for permission; `done` hears the answer on the main thread.
+  virtual void requestPermission(std::function<void(bool granted)> done) { done(false); }
+  // Renders the sequence's mix from its start to its end into a temporary
+  // sound file (removed however this ends), listens to it and makes its words
+  // into lines. `progress` (0 to 1) and `done` (exactly once) run on the main thread.
+  virtual void transcribe(const Project& project, const BrevSequence& sequence, const std::string& locale,
+                          Progress progress, Done done) = 0;
+  // Stops a running transcription soon; its `done` still runs.
+  virtual void cancel() {}
+};
+
 // Any member left empty gets a default: no timers run (so nothing is built),
 // nothing is played, no recovery copies, a steady clock, a silent beep.
 struct EditorServices {
@@ -81,6 +114,8 @@ struct EditorServices {
   // beat is ever found.
   std::function<std::vector<double>(const Project&, const BrevSequence&, const Uuid& clip)> findBeats;
   std::function<void()> beep;
+  // Without it, speech recognition is unavailable.
+  std::shared_ptr<SpeechCaptioner> speech;
 };
 
 }  // namespace brevelan
