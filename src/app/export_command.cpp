@@ -1,5 +1,6 @@
 #include "app/export_command.h"
 
+
 #include <unistd.h>
 
 #include <atomic>
@@ -10,6 +11,7 @@
 #include <ostream>
 
 #include "app/project_loading.h"
+#include "app/terminal_progress.h"
 #include "deliver/exporter.h"
 
 namespace brevelan {
@@ -18,54 +20,11 @@ namespace {
 constexpr const char* kUsage =
     "usage: brevelan export PROJECT --preset ID -o FILE [--burn-captions] [--reframe fit|fitBlur|fill]";
 
-std::atomic<bool> interrupted{false};
-
-extern "C" void onInterrupt(int) { interrupted = true; }
-
-// Ctrl-C asks the export to stop; the exporter then removes the unfinished file.
-class InterruptGuard {
- public:
-  InterruptGuard() {
-    interrupted = false;
-    struct sigaction action {};
-    action.sa_handler = onInterrupt;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, &previous_);
-  }
-  ~InterruptGuard() { sigaction(SIGINT, &previous_, nullptr); }
-
- private:
-  struct sigaction previous_ {};
-};
-
 std::string presetList() {
   std::string list;
   for (const ExportPreset& preset : allPresets()) list += (list.empty() ? "" : ", ") + preset.id;
   return list;
 }
-
-// "[#####-----]  42 %" redrawn in place, at most ten times a second.
-class ProgressBar {
- public:
-  explicit ProgressBar(bool shown) : shown_(shown) {}
-  void show(double fraction) {
-    if (!shown_) return;
-    const auto now = std::chrono::steady_clock::now();
-    if (fraction < 1 && now - last_ < std::chrono::milliseconds(100)) return;
-    last_ = now;
-    const int filled = static_cast<int>(fraction * 30);
-    std::fprintf(stderr, "\r[%s%s] %3d %%", std::string(static_cast<std::size_t>(filled), '#').c_str(),
-                 std::string(static_cast<std::size_t>(30 - filled), '-').c_str(), static_cast<int>(fraction * 100));
-    std::fflush(stderr);
-  }
-  void end() {
-    if (shown_) std::fputs("\n", stderr);
-  }
-
- private:
-  bool shown_;
-  std::chrono::steady_clock::time_point last_{};
-};
 
 }  // namespace
 
@@ -105,11 +64,11 @@ int runExportCommand(const std::vector<std::string>& args, std::ostream& out, st
   const BrevSequence* seq = project->activeSequence();
 
   InterruptGuard guard;
-  ProgressBar bar(::isatty(STDERR_FILENO) == 1);
+  ProgressBar bar;
   const auto result = Exporter::exportSequence(*project, *seq, *preset, *output, burnCaptions,
                                                reframe.value_or(preset->reframe), [&](double fraction) {
                                                  bar.show(fraction);
-                                                 return !interrupted.load();
+                                                 return !InterruptGuard::interrupted();
                                                });
   bar.end();
   if (!result) {

@@ -1,5 +1,6 @@
 #include "app/transcribe_command.h"
 
+
 #include <unistd.h>
 
 #include <atomic>
@@ -14,6 +15,7 @@
 #include <ostream>
 
 #include "app/project_loading.h"
+#include "app/terminal_progress.h"
 #include "app/speech_captions.h"
 #include "captions/srt.h"
 #include "edit/editor_model.h"
@@ -23,26 +25,6 @@ namespace brevelan {
 namespace {
 
 constexpr const char* kUsage = "usage: brevelan transcribe PROJECT [--save OUT]";
-
-std::atomic<bool> interrupted{false};
-
-extern "C" void onInterrupt(int) { interrupted = true; }
-
-// Ctrl-C asks the transcription to stop; the temporary sound file is removed either way.
-class InterruptGuard {
- public:
-  InterruptGuard() {
-    interrupted = false;
-    struct sigaction action {};
-    action.sa_handler = onInterrupt;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, &previous_);
-  }
-  ~InterruptGuard() { sigaction(SIGINT, &previous_, nullptr); }
-
- private:
-  struct sigaction previous_ {};
-};
 
 // The command's main thread: work posted from the recognizer's threads runs here, in order.
 class MainQueue {
@@ -69,31 +51,6 @@ class MainQueue {
   std::deque<std::function<void()>> work_;
 };
 
-// "[#####-----]  42 %" redrawn in place, at most ten times a second.
-class ProgressBar {
- public:
-  explicit ProgressBar(bool shown) : shown_(shown) {}
-  void show(double fraction) {
-    if (!shown_) return;
-    const auto now = std::chrono::steady_clock::now();
-    if (fraction < 1 && now - last_ < std::chrono::milliseconds(100)) return;
-    last_ = now;
-    const int filled = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 30);
-    std::fprintf(stderr, "\r[%s%s] %3d %%", std::string(static_cast<std::size_t>(filled), '#').c_str(),
-                 std::string(static_cast<std::size_t>(30 - filled), '-').c_str(), filled * 100 / 30);
-    std::fflush(stderr);
-    drawn_ = true;
-  }
-  void end() {
-    if (drawn_) std::fputs("\n", stderr);
-  }
-
- private:
-  bool shown_;
-  bool drawn_ = false;
-  std::chrono::steady_clock::time_point last_{};
-};
-
 }  // namespace
 
 int runTranscribeCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -113,7 +70,7 @@ int runTranscribeCommand(const std::vector<std::string>& args, std::ostream& out
   EditorServices services;
   services.speech = std::make_shared<LocalSpeechCaptioner>([&main](std::function<void()> work) { main.post(std::move(work)); });
   EditorModel editor(std::move(*project), services);
-  ProgressBar bar(::isatty(STDERR_FILENO) == 1);
+  ProgressBar bar;
   editor.subscribe([&](Field field) {
     if (field == Field::busyProgress) bar.show(editor.state().busyProgress);
   });
@@ -122,7 +79,7 @@ int runTranscribeCommand(const std::vector<std::string>& args, std::ostream& out
   if (editor.transcribe()) {
     while (editor.transcribing()) {
       main.drain(std::chrono::milliseconds(100));
-      if (interrupted) editor.cancelTranscription();
+      if (InterruptGuard::interrupted()) editor.cancelTranscription();
     }
   }
   bar.end();
@@ -130,7 +87,7 @@ int runTranscribeCommand(const std::vector<std::string>& args, std::ostream& out
     err << "brevelan: " << alert->title << ": " << alert->message << "\n";
     return 1;
   }
-  if (interrupted) {
+  if (InterruptGuard::interrupted()) {
     err << "brevelan: " << editor.state().status << "\n";
     return 1;
   }

@@ -57,6 +57,8 @@ const std::vector<BrevCommand>& brevCommands() {
       {"addVideoTrack", "Timeline", "Add Video Track", QKeySequence("")},
       {"addAudioTrack", "Timeline", "Add Audio Track", QKeySequence("")},
       {"markBeats", "Timeline", "Mark Beats", QKeySequence("Ctrl+Alt+B")},
+      {"transcribe", "Timeline", "Transcribe Speech to Captions", QKeySequence("Ctrl+Alt+C")},
+      {"cancelTranscription", "Timeline", "Stop Transcribing", QKeySequence("")},
       {"markIn", "Mark", "Mark In", QKeySequence("I")},
       {"markOut", "Mark", "Mark Out", QKeySequence("O")},
       {"clearMarks", "Mark", "Clear In and Out", QKeySequence("Alt+X")},

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "app/media_commands.h"
+#include "app/speech_captions.h"
 #include "app/playback/playback_engine.h"
 #include "app/shell/dark_theme.h"
 #include "app/shell/main_window.h"
@@ -45,6 +46,7 @@ EditorServices realServices(std::shared_ptr<PlaybackEngine> program) {
     return clipBeats(Mixer(project), seq, clip);
   };
   services.beep = [] { QApplication::beep(); };
+  services.speech = std::make_shared<LocalSpeechCaptioner>([](std::function<void()> work) { postToMain(std::move(work)); });
   return services;
 }
 

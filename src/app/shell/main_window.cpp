@@ -313,7 +313,7 @@ void MainWindow::buildMenus() {
              command.id == "addMarker" || command.id == "previousEdit" || command.id == "previousFrame" ||
              command.id == "gotoStart" || command.id == "zoomIn" || command.id == "interfaceBigger" ||
              command.id == "useProxies" || command.id == "importMedia" || command.id == "quit" ||
-             command.id == "recover" || command.id == "markBeats")
+             command.id == "recover" || command.id == "markBeats" || command.id == "transcribe")
       menu->addSeparator();
     if (command.id == "workspaceEdit") {
       menu->addSeparator();
@@ -414,6 +414,8 @@ void MainWindow::bindCommands() {
   h["addVideoTrack"] = [&e] { e.addTrack(TrackKind::video); };
   h["addAudioTrack"] = [&e] { e.addTrack(TrackKind::audio); };
   h["markBeats"] = [&e] { e.markBeats(); };
+  h["transcribe"] = [&e] { e.transcribe(); };
+  h["cancelTranscription"] = [&e] { e.cancelTranscription(); };
 
   h["markIn"] = [&e] { e.markInPoint(); };
   h["markOut"] = [&e] { e.markOutPoint(); };
