@@ -16,6 +16,7 @@
 #include "app/workspaces/audio_eq_response.h"
 #include "app/workspaces/audio_strip.h"
 #include "edit/editor_model.h"
+#include "support/demo_folder.h"
 #include "support/temp_dir.h"
 #include "support/widget_app.h"
 
@@ -52,8 +53,6 @@ class AudioWorkspace : public ::testing::Test {
     dir_ = new testing::TempDir;
     setenv("XDG_DATA_HOME", (dir_->path() / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (dir_->path() / "cache").c_str(), 1);
-    std::ostringstream out, err;
-    ASSERT_EQ(runDemoCommand({(dir_->path() / "demo").string()}, out, err), 0) << err.str();
   }
   static void TearDownTestSuite() {
     delete dir_;
@@ -68,7 +67,7 @@ class AudioWorkspace : public ::testing::Test {
     services.builder = std::make_shared<InstantBuilder>();
     services.findBeats = [](const Project&, const BrevSequence&, const Uuid&) { return std::vector<double>{0.5, 1.0}; };
     editor_ = std::make_unique<EditorModel>(Project::make(), std::move(services));
-    ASSERT_TRUE(editor_->open(dir_->path() / "demo" / "Sample.brevelan"));
+    ASSERT_TRUE(editor_->open(testing::demoFolder() / "Sample.brevelan"));
     scheduler_->runAll();
     program_ = std::make_unique<PlaybackEngine>();
     page_ = std::make_unique<AudioPage>(*editor_, *program_);

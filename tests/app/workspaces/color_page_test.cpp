@@ -29,6 +29,8 @@
 #include "picture/composition_builder.h"
 #include "picture/lut.h"
 #include "picture/scope_data.h"
+#include "model/project_file.h"
+#include "support/demo_folder.h"
 #include "support/temp_dir.h"
 #include "support/widget_app.h"
 
@@ -83,8 +85,8 @@ class ColorPageTest : public ::testing::Test {
     dir_ = new testing::TempDir;
     setenv("XDG_DATA_HOME", (dir_->path() / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (dir_->path() / "cache").c_str(), 1);
-    auto made = makeSampleProjectWithMedia(dir_->path() / "demo", MediaProbe());
-    ASSERT_TRUE(made) << made.error();
+    auto made = ProjectFile::load(testing::demoFolder() / "Sample.brevelan");
+    ASSERT_TRUE(made) << made.error().message;
     sample_ = new Project(std::move(made).value());
   }
   static void TearDownTestSuite() {
