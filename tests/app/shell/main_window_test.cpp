@@ -17,6 +17,7 @@
 #include "app/playback/playback_engine.h"
 #include "app/shell/brev_commands.h"
 #include "app/shell/clip_inspector.h"
+#include "app/shell/dark_theme.h"
 #include "app/shell/media_bin.h"
 #include "app/shell/qt_services.h"
 #include "edit/editor_model.h"
@@ -215,6 +216,30 @@ TEST_F(EditorWindow, ImportedMediaAppearInTheBinAndOpenInTheSourceViewer) {
   editor_->setSourceMediaID(editor_->project().media.back().id);
   for (int i = 0; i < 100 && window_->sourcePlayer().duration() == 0; ++i) QTest::qWait(50);
   EXPECT_GT(window_->sourcePlayer().duration(), 0);
+}
+
+// Every workspace drawn with a clip (and its sound) selected, written to the
+// build folder for review; a page that draws nothing at all fails.
+TEST_F(EditorWindow, EachWorkspaceIsDrawnForReview) {
+  applyDarkTheme(*qApp);
+  editor_->select(clipNamed("colour-bars")->id, false);
+  editor_->setPlayhead(30);
+  for (int i = 0; i < 100 && !editor_->currentBuild(); ++i) QTest::qWait(50);
+  QTest::qWait(300);  // the first picture
+  window_->resize(1600, 1000);
+  const fs::path folder = fs::path(BREVELAN_TEST_CACHE) / "screenshots";
+  fs::create_directories(folder);
+  for (const auto& [workspace, name] : EnumTexts<Workspace>::items) {
+    editor_->setWorkspace(workspace);
+    QTest::qWait(50);
+    const QImage shot = window_->grab().toImage();
+    ASSERT_TRUE(shot.save(QString::fromStdString((folder / (std::string(name) + ".png")).string())));
+    // A drawn page has many colours; a blank one has a handful.
+    std::set<QRgb> colours;
+    for (int y = 80; y < shot.height(); y += 7)
+      for (int x = 0; x < shot.width(); x += 7) colours.insert(shot.pixel(x, y));
+    EXPECT_GT(colours.size(), 20u) << name;
+  }
 }
 
 }  // namespace
