@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "media/speech_recognizer.h"
+#include "support/pcm16_wav.h"
 
 namespace {
 
@@ -50,35 +51,6 @@ const char* const kSentences[] = {
     "The city built a new road to the airport.",
     "We found an old map in the attic of the house.",
 };
-
-std::vector<std::int16_t> readWav(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::vector<char> bytes((std::istreambuf_iterator<char>(in)), {});
-  for (std::size_t at = 12; at + 8 <= bytes.size();) {
-    std::uint32_t size = 0;
-    std::memcpy(&size, bytes.data() + at + 4, 4);
-    if (std::string(bytes.data() + at, 4) == "data") {
-      std::vector<std::int16_t> samples(std::min<std::size_t>(size, bytes.size() - at - 8) / 2);
-      std::memcpy(samples.data(), bytes.data() + at + 8, samples.size() * 2);
-      return samples;
-    }
-    at += 8 + size + (size & 1);
-  }
-  return {};
-}
-
-void writeWav(const fs::path& file, const std::vector<std::int16_t>& samples) {
-  std::ofstream out(file, std::ios::binary);
-  const auto put = [&](std::uint32_t value, int bytes) { out.write(reinterpret_cast<const char*>(&value), bytes); };
-  const auto data = static_cast<std::uint32_t>(samples.size() * 2);
-  out << "RIFF";
-  put(36 + data, 4);
-  out << "WAVEfmt ";
-  put(16, 4), put(1, 2), put(1, 2), put(kRate, 4), put(kRate * 2, 4), put(2, 2), put(16, 2);
-  out << "data";
-  put(data, 4);
-  out.write(reinterpret_cast<const char*>(samples.data()), data);
-}
 
 std::vector<std::string> words(const std::string& text) {
   std::vector<std::string> out;
@@ -120,14 +92,14 @@ Speech makeSpeech(const fs::path& folder) {
     const fs::path part = folder / "sentence.wav";
     const std::string command = "flite -voice slt -t \"" + sentence + "\" -o " + part.string();
     if (std::system(command.c_str()) != 0) return {};
-    const auto spoken = readWav(part);
+    const auto spoken = testing::readPCM16(part);
     sound.insert(sound.end(), spoken.begin(), spoken.end());
     sound.resize(sound.size() + kRate / 2);
     for (auto& w : words(sentence)) speech.reference.push_back(w);
   }
   speech.file = folder / "minute.wav";
   speech.seconds = static_cast<double>(sound.size()) / kRate;
-  writeWav(speech.file, sound);
+  testing::writePCM16(speech.file, sound, kRate);
   return speech;
 }
 

@@ -14,7 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "../support/temp_dir.h"
+#include "support/pcm16_wav.h"
+#include "support/temp_dir.h"
 
 namespace brevelan {
 namespace {
@@ -27,41 +28,11 @@ constexpr int kRate = 16000;
 bool haveFlite() { return std::system("command -v flite >/dev/null 2>&1") == 0; }
 
 // flite writes 16 kHz mono 16-bit WAV; only its data chunk is wanted.
-std::vector<std::int16_t> readWav(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::vector<char> bytes((std::istreambuf_iterator<char>(in)), {});
-  std::size_t at = 12;
-  while (at + 8 <= bytes.size()) {
-    std::uint32_t size = 0;
-    std::memcpy(&size, bytes.data() + at + 4, 4);
-    if (std::string(bytes.data() + at, 4) == "data") {
-      std::vector<std::int16_t> samples(std::min<std::size_t>(size, bytes.size() - at - 8) / 2);
-      std::memcpy(samples.data(), bytes.data() + at + 8, samples.size() * 2);
-      return samples;
-    }
-    at += 8 + size + (size & 1);
-  }
-  return {};
-}
-
-void writeWav(const fs::path& file, const std::vector<std::int16_t>& samples) {
-  std::ofstream out(file, std::ios::binary);
-  const auto put = [&](std::uint32_t value, int bytes) { out.write(reinterpret_cast<const char*>(&value), bytes); };
-  const auto data = static_cast<std::uint32_t>(samples.size() * 2);
-  out << "RIFF";
-  put(36 + data, 4);
-  out << "WAVEfmt ";
-  put(16, 4), put(1, 2), put(1, 2), put(kRate, 4), put(kRate * 2, 4), put(2, 2), put(16, 2);
-  out << "data";
-  put(data, 4);
-  out.write(reinterpret_cast<const char*>(samples.data()), data);
-}
-
 std::vector<std::int16_t> speak(const TempDir& dir, const std::string& text) {
   const fs::path file = dir / "phrase.wav";
   const std::string command = "flite -voice slt -t \"" + text + "\" -o " + file.string();
   if (std::system(command.c_str()) != 0) return {};
-  return readWav(file);
+  return testing::readPCM16(file);
 }
 
 // Where the voice begins: the first 10 ms louder than a whisper.
@@ -139,7 +110,7 @@ TEST_F(SpeechRecognizerTest, FindsMostWordsAtTheirTimes) {
   }
   sound.resize(sound.size() + kRate);
   const fs::path file = dir / "speech.wav";
-  writeWav(file, sound);
+  testing::writePCM16(file, sound, kRate);
 
   const Listened listened = listen(file);
   ASSERT_TRUE(listened.words.ok()) << listened.words.error().message;
@@ -188,7 +159,7 @@ TEST_F(SpeechRecognizerTest, CancelStopsListeningPromptly) {
   std::vector<std::int16_t> sound;
   const auto spoken = speak(dir, "This sentence is said again and again until someone stops it.");
   for (int i = 0; i < 30; ++i) sound.insert(sound.end(), spoken.begin(), spoken.end());
-  writeWav(dir / "long.wav", sound);
+  testing::writePCM16(dir / "long.wav", sound, kRate);
 
   Transcriber transcriber(std::make_shared<PocketSphinxEngine>());
   std::promise<Transcriber::Words> answer;

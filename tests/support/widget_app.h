@@ -2,9 +2,13 @@
 
 #include <QApplication>
 #include <QByteArray>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <functional>
 #include <string>
 
 namespace brevelan::testing {
@@ -27,4 +31,17 @@ inline QApplication& widgetApp() {
   return *app;
 }
 
-}  // namespace brevelan::test
+// Runs the event loop until `done` holds or `ms` pass; false on time out.
+inline bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!done()) {
+    if (timer.elapsed() > ms) return false;
+    QEventLoop loop;
+    QTimer::singleShot(5, &loop, &QEventLoop::quit);
+    loop.exec();
+  }
+  return true;
+}
+
+}  // namespace brevelan::testing

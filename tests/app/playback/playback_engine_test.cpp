@@ -27,19 +27,7 @@ namespace brevelan {
 namespace {
 
 using testing::TempDir;
-
-// Runs the event loop until `done` holds or `ms` pass; false on time out.
-bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!done()) {
-    if (timer.elapsed() > ms) return false;
-    QEventLoop loop;
-    QTimer::singleShot(5, &loop, &QEventLoop::quit);
-    loop.exec();
-  }
-  return true;
-}
+using testing::waitUntil;
 
 void runFor(int ms) {
   waitUntil([] { return false; }, ms);

@@ -38,18 +38,7 @@ namespace brevelan {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!done()) {
-    if (timer.elapsed() > ms) return false;
-    QEventLoop loop;
-    QTimer::singleShot(5, &loop, &QEventLoop::quit);
-    loop.exec();
-  }
-  return true;
-}
+using testing::waitUntil;
 
 class TimerScheduler final : public Scheduler {
  public:
