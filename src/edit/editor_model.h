@@ -24,6 +24,9 @@
 
 namespace brevelan {
 
+class MediaProber;
+class VoiceOverInput;
+
 // The controller of the open document. Every change to the project goes
 // through the edit funnel (edit, editSeq, updateClip), the drag protocol,
 // undo/redo, or replacing the document; everything else here is editor state
@@ -190,6 +193,26 @@ class EditorModel {
   void cancelTranscription();
   bool transcribing() const { return transcribing_; }
 
+  // Voice-over: one take at a time from `input`, recorded while the sequence
+  // plays from the playhead. The shell plays and pauses the program as
+  // voiceOverActive turns on and off. When a take ends, its file is probed
+  // with `prober` and, as one "Overwrite" step, added to the media and
+  // overwritten onto the audio track "VO" (appended when there is none) at
+  // the frame where recording began. Failures end in one alert and add nothing.
+  static constexpr const char* kVoiceOverTrack = "VO";
+  static constexpr const char* kVoiceOverEdit = "Overwrite";
+  static constexpr const char* kRecordingStatus = "Recording voice-over… press the button again to stop";
+  static constexpr const char* kMicrophoneNotAllowed = "Microphone not allowed";
+  static constexpr const char* kAllowMicrophone = "Allow Vael Brevelan in the system's privacy settings, then try again.";
+  static constexpr const char* kCouldNotRecord = "Could not record";
+  void setVoiceOverInput(std::shared_ptr<VoiceOverInput> input, std::shared_ptr<const MediaProber> prober);
+  const std::shared_ptr<VoiceOverInput>& voiceOverInput() const { return recorder_; }
+  // Starts a take, or ends the running one and places it. Returns whether
+  // recording began (or asking for the microphone did), or a take ended.
+  bool toggleVoiceOver();
+  // The sequence frame where the running take began.
+  std::int64_t voStart() const { return voStart_; }
+
   // Track switches from the timeline's headers. Mute and solo change only the
   // sound, so they refresh the mix without a picture rebuild.
   bool setTrackMuted(TrackRef track, bool on);   // "Mute"
@@ -254,6 +277,10 @@ class EditorModel {
   static Clip* mutableClip(BrevSequence& sequence, const Uuid& id);
 
   bool refuse(std::string title, std::string message);
+  bool startVoiceOver();
+  // Ends the take; with `place`, puts it on the sequence it was recorded for.
+  void finishVoiceOver(bool place);
+  void placeVoiceOver(const std::filesystem::path& file);
   // Transcribe once recognition is allowed; finishTranscription takes the answer.
   bool startTranscription();
   void finishTranscription(const Uuid& sequence, Expected<SpeechCaptioner::Lines, std::string> lines);
@@ -304,6 +331,14 @@ class EditorModel {
 
   bool transcribing_ = false;
   bool transcriptionCancelled_ = false;
+
+  std::shared_ptr<VoiceOverInput> recorder_;
+  std::shared_ptr<const MediaProber> voiceOverProber_;
+  std::int64_t voStart_ = 0;
+  Uuid voProject_;
+  Uuid voSequence_;
+  // Watches for the document being replaced during a take.
+  std::uint64_t voWatch_ = 0;
 
   std::vector<ClipboardEntry> clipboard_;
   std::optional<Clip> attributeSource_;

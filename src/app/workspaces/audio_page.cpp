@@ -6,9 +6,12 @@
 #include <QVBoxLayout>
 
 #include "app/kit/kit_palette.h"
+#include "app/playback/voice_over_recorder.h"
 #include "app/workspaces/audio_clip_sound.h"
 #include "app/workspaces/audio_strip.h"
+#include "app/workspaces/voice_over_meter.h"
 #include "edit/editor_model.h"
+#include "media/media_probe.h"
 
 namespace brevelan {
 namespace {
@@ -32,8 +35,18 @@ AudioPage::AudioPage(EditorModel& editor, PlaybackEngine&, QWidget* parent) : QW
   title->setStyleSheet(QString("font-weight: bold; font-size: 14px; color: %1;").arg(kit::kText.name()));
   timecode_ = new kit::LcdReadout("00:00:00:00", 11, mixer);
   timecode_->setToolTip("Playhead");
+  record_ = new kit::IconButton(kit::IconButton::Glyph::record, mixer);
+  record_->setObjectName("record");
+  record_->setAccessibleName("Record voice-over");
+  record_->setFocusPolicy(Qt::TabFocus);  // a click leaves the keyboard with the timeline
+  inputMeter_ = new VoiceOverMeter(mixer);
+  inputMeter_->setObjectName("voice-over level");
   head->addWidget(title);
   head->addStretch(1);
+  head->addWidget(inputMeter_, 0, Qt::AlignVCenter);
+  head->addSpacing(4);
+  head->addWidget(record_, 0, Qt::AlignVCenter);
+  head->addSpacing(8);
   head->addWidget(timecode_);
   mixerColumn->addLayout(head);
 
@@ -75,8 +88,18 @@ AudioPage::AudioPage(EditorModel& editor, PlaybackEngine&, QWidget* parent) : QW
     editor_.editSeq("Master Volume", true, false, [&](BrevSequence& seq) { seq.masterDB = dB; });
   });
 
+  // The recorder the editor records with; the page only shows its level.
+  recorder_ = std::dynamic_pointer_cast<VoiceOverRecorder>(editor_.voiceOverInput());
+  if (!recorder_) {
+    recorder_ = std::make_shared<VoiceOverRecorder>();
+    editor_.setVoiceOverInput(recorder_, std::make_shared<MediaProbe>());
+  }
+  connect(recorder_.get(), &VoiceOverRecorder::levelChanged, inputMeter_, &VoiceOverMeter::setLevel);
+  connect(record_, &QAbstractButton::clicked, this, [this] { toggleRecording(); });
+
   subscription_ = editor_.subscribe([this](Field field) {
     switch (field) {
+      case Field::voiceOverActive: return refreshRecording();
       case Field::project: return refreshMixer();
       case Field::meters:
       case Field::masterMeter: return refreshMeters();
@@ -86,9 +109,26 @@ AudioPage::AudioPage(EditorModel& editor, PlaybackEngine&, QWidget* parent) : QW
   });
   refreshMixer();
   refreshMeters();
+  refreshRecording();
 }
 
 AudioPage::~AudioPage() { editor_.unsubscribe(subscription_); }
+
+void AudioPage::toggleRecording() {
+  (void)editor_.toggleVoiceOver();
+  // A take that could not start leaves the button as it was.
+  refreshRecording();
+}
+
+void AudioPage::refreshRecording() {
+  const bool on = editor_.state().voiceOverActive;
+  record_->setChecked(on);
+  record_->setToolTip(on ? "Stop recording the voice-over (Ctrl+Alt+R)"
+                         : "Press the red microphone in the mixer (or Ctrl+Alt+R). Recording starts at the playhead "
+                           "while the sequence plays; press again to stop.");
+  inputMeter_->setLevel(on ? recorder_->level() : 0);
+  inputMeter_->setVisible(on);
+}
 
 std::int64_t AudioPage::trackIndex(const AudioStrip* strip) const {
   const BrevSequence* sequence = editor_.activeSequence();

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace brevelan {
@@ -12,13 +13,19 @@ class AudioClipSound;
 class AudioStrip;
 class EditorModel;
 class PlaybackEngine;
+class VoiceOverMeter;
+class VoiceOverRecorder;
 namespace kit {
+class IconButton;
 class LcdReadout;
 }
 
 // The AUDIO workspace: the mixer (a strip per audio track with fader, pan,
 // mute, solo and meter, and the master strip) and the selected clip's sound:
 // gain, pan, fades, the ten-band EQ, noise gate and compressor; Mark Beats.
+// The header's red microphone records a voice-over (with the microphone's
+// level beside it while it records). Without a recorder of its own the
+// editor is given one on the system's default sound input.
 class AudioPage : public QWidget {
   Q_OBJECT
  public:
@@ -29,12 +36,19 @@ class AudioPage : public QWidget {
   const std::vector<AudioStrip*>& strips() const { return strips_; }
   AudioStrip* master() const { return master_; }
   AudioClipSound* clipSound() const { return clipSound_; }
+  kit::IconButton* recordButton() const { return record_; }
+  VoiceOverMeter* inputMeter() const { return inputMeter_; }
+
+  // Starts a voice-over at the playhead, or ends the one recording: the
+  // microphone button, and the Ctrl+Alt+R command.
+  void toggleRecording();
 
  private:
   void rebuildStrips();
   void refreshMixer();
   void refreshMeters();
   void refreshPlayhead();
+  void refreshRecording();
   // The index of the strip's track in the open sequence, or -1.
   std::int64_t trackIndex(const AudioStrip* strip) const;
 
@@ -47,6 +61,9 @@ class AudioPage : public QWidget {
   AudioStrip* master_;
   AudioClipSound* clipSound_;
   kit::LcdReadout* timecode_;
+  kit::IconButton* record_;
+  VoiceOverMeter* inputMeter_;
+  std::shared_ptr<VoiceOverRecorder> recorder_;
   QWidget* noTracks_;
 };
 
