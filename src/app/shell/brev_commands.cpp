@@ -59,6 +59,7 @@ const std::vector<BrevCommand>& brevCommands() {
       {"markBeats", "Timeline", "Mark Beats", QKeySequence("Ctrl+Alt+B")},
       {"transcribe", "Timeline", "Transcribe Speech to Captions", QKeySequence("Ctrl+Alt+C")},
       {"cancelTranscription", "Timeline", "Stop Transcribing", QKeySequence("")},
+      {"voiceOver", "Timeline", "Record Voice-over", QKeySequence("Ctrl+Alt+R"), true},
       {"markIn", "Mark", "Mark In", QKeySequence("I")},
       {"markOut", "Mark", "Mark Out", QKeySequence("O")},
       {"clearMarks", "Mark", "Clear In and Out", QKeySequence("Alt+X")},

@@ -416,6 +416,7 @@ void MainWindow::bindCommands() {
   h["markBeats"] = [&e] { e.markBeats(); };
   h["transcribe"] = [&e] { e.transcribe(); };
   h["cancelTranscription"] = [&e] { e.cancelTranscription(); };
+  h["voiceOver"] = [&e] { e.toggleVoiceOver(); };
 
   h["markIn"] = [&e] { e.markInPoint(); };
   h["markOut"] = [&e] { e.markOutPoint(); };
@@ -646,6 +647,18 @@ void MainWindow::onField(int raw) {
       if (field == Field::sourcePlayhead && item && sourcePlayer_->position() != s.sourcePlayhead &&
           sourcePlayer_->rate() == 0)
         sourcePlayer_->seek(s.sourcePlayhead, sourceRate);
+      break;
+    }
+    case Field::voiceOverActive: {
+      // A voice-over is spoken over the film: the program plays from the
+      // playhead while the take records, and stops with it.
+      const float rate = s.voiceOverActive ? 1.0f : 0.0f;
+      if (program_.rate() != rate) {
+        program_.setRate(rate);
+        editor_.setPlayRate(rate);
+        programViewer_->setPlaying(rate != 0);
+      }
+      action("voiceOver")->setChecked(s.voiceOverActive);
       break;
     }
     case Field::sheet:
