@@ -3,12 +3,19 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <numbers>
 
 #include "sound/compressor.h"
 #include "sound/eq.h"
 #include "sound/mixer.h"
 #include "sound/noise_gate.h"
+
+// Every multiply and add rounds on its own, as written, on every processor:
+// the functions here are built for several instruction sets, and fusing
+// multiply-adds on some would make the sound depend on the machine, and on
+// how the compiler happened to arrange each copy of a loop.
+#pragma GCC optimize("fp-contract=off")
 
 namespace brevelan {
 namespace {
@@ -17,42 +24,77 @@ constexpr std::int64_t kBlock = 32;    // frames that share one gain and pan
 constexpr std::int64_t kChunk = 1024;  // frames carried through the chain at once (a whole number of blocks)
 constexpr double kRate = Mixer::kRate;
 
-// Where, in source sample frames, sample s of the sequence reads. NaN-free
-// settings give a finite answer; the caller treats anything else as silence.
-struct SpeedMap {
-  double fps, clipStart, duration, rate, rampDelta, consumed, sourceIn;
-  bool ramp, reverse;
+// Four sample positions at once: the arithmetic of one position, lane by lane.
+using Doubles = double __attribute__((vector_size(32)));
+using Fractions = float __attribute__((vector_size(16)));
 
-  double at(std::int64_t s) const {
-    const double u = fps * (static_cast<double>(s) / kRate - clipStart);
-    const double c = std::min(std::max(u, 0.0), duration);
-    double q = rate * c;
-    if (ramp) q += c * rampDelta * c / (2 * duration);
-    q += rate * (u - c);  // the transition extensions run on at the base rate
-    if (reverse) q = consumed - q;
-    return (sourceIn + q) / fps * kRate;
-  }
+// Where, in source sample frames, samples of the sequence read: sample s is
+// u = s·framesPerSample − startFrame frames into the clip, which has read q(u)
+// source frames by then. NaN-free settings give finite answers; the caller
+// treats anything else as silence.
+struct SpeedMap {
+  double framesPerSample, startFrame, duration, rate, rampPerFrame, consumed, sourceIn, samplesPerFrame;
+  bool ramp, reverse;
 };
+
+// For samples s0 … s0 + n − 1 (n a multiple of 4): the whole source frame at
+// or before the position (−2 where the position is out of the source, or not
+// a number) and the fraction past it (0 there). Positions are computed four
+// at a time; they cost more than the rest of reading.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+__attribute__((target_clones("arch=x86-64-v3", "default")))
+#endif
+void sourcePositions(const SpeedMap& settings, std::int64_t last, std::int64_t s0, std::size_t n, double* whole,
+                     float* fraction) {
+  const SpeedMap map = settings;  // a copy the stores below cannot touch, held in registers
+  const double end = static_cast<double>(last) + 1.0;
+  const auto first = static_cast<double>(s0);
+  Doubles at{first, first + 1, first + 2, first + 3};  // whole numbers: exact as they count up
+  for (std::size_t k = 0; k < n; k += 4, at += 4.0) {
+    // Multiplications only: a division per position costs more than all the rest.
+    const Doubles u = at * map.framesPerSample - map.startFrame;
+    Doubles c = u < 0.0 ? Doubles{} : u;
+    c = map.duration < c ? Doubles{} + map.duration : c;
+    Doubles q = map.rate * c;
+    if (map.ramp) q += c * c * map.rampPerFrame;
+    q += map.rate * (u - c);  // the transition extensions run on at the base rate
+    if (map.reverse) q = map.consumed - q;
+    const Doubles y = (map.sourceIn + q) * map.samplesPerFrame;
+    // Nearest whole number by the magic-number trick (|y| < 2^51 wherever it
+    // counts), then down to the floor.
+    const Doubles r = (y + 6755399441055744.0) - 6755399441055744.0;
+    const Doubles floor = r > y ? r - 1.0 : r;
+    const auto inside = (y > -1.0) & (y < end);
+    const Doubles w = inside ? floor : Doubles{} - 2.0;
+    const Doubles f = inside ? y - floor : Doubles{};
+    const auto g = __builtin_convertvector(f, Fractions);
+    std::memcpy(whole + k, &w, sizeof w);
+    std::memcpy(fraction + k, &g, sizeof g);
+  }
+}
 
 void readSource(const PCMSource& src, const SpeedMap& map, std::int64_t s0, std::int64_t s1, float* out) {
   const float* data = src.data.data();
   const auto last = std::min<std::int64_t>(src.frames, static_cast<std::int64_t>(src.data.size() / 2)) - 1;
+  const auto n = static_cast<std::size_t>(s1 - s0);
+  std::array<double, kChunk> whole;
+  std::array<float, kChunk> fraction;
+  sourcePositions(map, last, s0, (n + 3) / 4 * 4, whole.data(), fraction.data());
   const auto sample = [&](std::int64_t i, int ch) -> float {
     return i >= 0 && i <= last ? data[2 * i + ch] : 0.0f;
   };
-  for (std::int64_t s = s0; s < s1; ++s, out += 2) {
-    const double y = map.at(s);
-    // Out of the source (or not a number): silence, without casting garbage.
-    if (!(y > -1.0 && y < static_cast<double>(last) + 1.0)) {
-      out[0] = out[1] = 0;
-      continue;
-    }
-    const double fi = std::floor(y);
-    const auto i = static_cast<std::int64_t>(fi);
-    const auto f = static_cast<float>(y - fi);
-    for (int ch = 0; ch < 2; ++ch) {
-      const float a = sample(i, ch);
-      out[ch] = a + (sample(i + 1, ch) - a) * f;
+  for (std::size_t k = 0; k < n; ++k, out += 2) {
+    const auto i = static_cast<std::int64_t>(whole[k]);
+    const float f = fraction[k];
+    if (i >= 0 && i < last) {
+      const float* p = data + 2 * i;
+      out[0] = p[0] + (p[2] - p[0]) * f;
+      out[1] = p[1] + (p[3] - p[1]) * f;
+    } else {
+      for (int ch = 0; ch < 2; ++ch) {
+        const float a = sample(i, ch);
+        out[ch] = a + (sample(i + 1, ch) - a) * f;
+      }
     }
   }
 }
@@ -99,13 +141,15 @@ void Mixer::addClip(const Clip& clip, const Clip* prev, const Clip* next, const 
                            static_cast<double>(seq.rate.num);
   const auto duration = static_cast<double>(clip.duration);
   const SpeedSettings& sp = clip.speed;
-  const SpeedMap map{fps,
-                     clipStart,
+  // A ramp from rate to rampTo over the clip has read rate·c + (rampTo − rate)·c²/(2·duration) at c.
+  const SpeedMap map{fps / kRate,
+                     fps * clipStart,
                      duration,
                      sp.rate,
-                     sp.rampTo ? *sp.rampTo - sp.rate : 0.0,
+                     sp.rampTo ? (*sp.rampTo - sp.rate) / (2 * duration) : 0.0,
                      static_cast<double>(sp.consumed(clip.duration)),
                      static_cast<double>(clip.sourceIn),
+                     kRate / fps,
                      sp.rampTo.has_value() && clip.duration >= 1,
                      sp.reverse};
 

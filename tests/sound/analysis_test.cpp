@@ -2,7 +2,6 @@
 
 #include "media/audio_cache.h"
 #include "sound/beat_detector.h"
-#include "sound/eq.h"
 #include "sound/peaks.h"
 #include "sound_fixture.h"
 
@@ -55,17 +54,6 @@ TEST(Peaks, BucketsLevelsAndEmptyRanges) {
   silent.path = "/nonexistent/no-sound.mov";
   silent.hasAudio = false;
   EXPECT_EQ(AudioCache::shared().peaks(silent), nullptr);
-}
-
-TEST(EQ, PiecesSoundLikeTheWhole) {
-  const std::vector<double> gains{3, -2, 1, 2, 12, -6, 2, 1, 1, 5};
-  std::vector<float> whole = tone(-10, 0, 5000);
-  std::vector<float> pieces = whole;
-  applyEQ(gains, whole);
-  EQChain chain(gains);
-  for (std::size_t at = 0; at < pieces.size(); at += 2 * 777)
-    chain.process(std::span<float>(pieces).subspan(at, std::min<std::size_t>(2 * 777, pieces.size() - at)));
-  EXPECT_EQ(pieces, whole);
 }
 
 }  // namespace

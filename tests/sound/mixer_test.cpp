@@ -82,7 +82,9 @@ TEST(Mixer, SpeedReadsTheRightSourceSamples) {
     double index;
   } cases[] = {{1, false, {}, 0, 1000, 1000},  {1, false, {}, 3, 1000, 1000 + 3 * kFrame},
                {2, false, {}, 0, 1000, 2000},  {0.5, false, {}, 0, 1001, 500.5},
-               {1, true, {}, 0, 100, 30 * kFrame - 100}, {1, false, 3.0, 0, 15 * kFrame, 22.5 * kFrame}};
+               {1, true, {}, 0, 100, 30 * kFrame - 100}, {1, false, 3.0, 0, 15 * kFrame, 22.5 * kFrame},
+               // Past the source's last frame (4 s): silence.
+               {2, false, {}, 100, 20 * kFrame, 0}};
   std::vector<float> ramp(2 * 4 * kSecond);
   for (std::size_t n = 0; n < ramp.size(); ++n) ramp[n] = static_cast<float>(static_cast<double>(n / 2) * 1e-6);
   for (const auto& c : cases) {
