@@ -6,6 +6,7 @@
 
 #include "app/command_line.h"
 #include "app/shell/editor_window.h"
+#include "app/shell/playbench_command.h"
 
 int main(int argc, char** argv) {
   // Frames of several megabytes are made and dropped dozens of times a
@@ -15,7 +16,9 @@ int main(int argc, char** argv) {
   mallopt(M_MMAP_THRESHOLD, 64 << 20);
   mallopt(M_TRIM_THRESHOLD, 256 << 20);
   std::vector<std::string> args(argv + 1, argv + argc);
+  // The commands that need the window's pieces (Qt Widgets, playback).
   if (!args.empty() && args[0] == "screenshot") return brevelan::runScreenshot(argc, argv);
+  if (!args.empty() && args[0] == "playbench") return brevelan::runPlaybench(argc, argv);
   // No subcommand, or a project file alone: the editor window.
   if (args.empty() || (args.size() == 1 && args[0].ends_with(".brevelan"))) return brevelan::runEditor(argc, argv);
   return brevelan::runCommandLine(args, std::cin, std::cout, std::cerr);

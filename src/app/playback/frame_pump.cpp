@@ -1,5 +1,7 @@
 #include "app/playback/frame_pump.h"
 
+#include <chrono>
+
 #include "picture/picture_image.h"
 
 #include <pthread.h>
@@ -54,6 +56,11 @@ std::int64_t FramePump::framesDrawn() const {
   return drawn_;
 }
 
+double FramePump::averageDrawMilliseconds() const {
+  std::lock_guard guard(lock_);
+  return drawn_ > 0 ? drawSeconds_ * 1000 / static_cast<double>(drawn_) : 0;
+}
+
 void FramePump::work() {
   ::pthread_setname_np(::pthread_self(), "vael.playback");
   // Each worker reads its own files: readers are one-thread objects.
@@ -78,10 +85,13 @@ void FramePump::work() {
     drawing_.insert(frame);
     guard.unlock();
 
+    const auto began = std::chrono::steady_clock::now();
     QImage image = toImage(FrameRenderer::output(*build, frame, sources));
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
 
     guard.lock();
     ++drawn_;
+    drawSeconds_ += seconds;
     if (generation != generation_) continue;  // a new build came meanwhile
     drawing_.erase(frame);
     // Keep it only while it is still wanted: the player may have moved past it.

@@ -37,6 +37,8 @@ class FramePump {
   std::optional<QImage> ready(std::int64_t frame) const;
   // Pictures drawn since the pump was made (for the current build or not).
   std::int64_t framesDrawn() const;
+  // Average time one worker took to draw a frame, decoding included.
+  double averageDrawMilliseconds() const;
 
  private:
   void work();
@@ -51,6 +53,7 @@ class FramePump {
   std::set<std::int64_t> drawing_;
   std::map<std::int64_t, QImage> ready_;
   std::int64_t drawn_ = 0;
+  double drawSeconds_ = 0;
   std::vector<std::thread> workers_;  // last: started once everything above exists
 };
 

@@ -144,6 +144,7 @@ std::int64_t PlaybackEngine::duration() const { return state_->duration(); }
 std::int64_t PlaybackEngine::framesShown() const { return state_->framesShown; }
 std::int64_t PlaybackEngine::framesDropped() const { return state_->framesDropped; }
 std::int64_t PlaybackEngine::framesDrawn() const { return state_->pump->framesDrawn(); }
+double PlaybackEngine::averageDrawMilliseconds() const { return state_->pump->averageDrawMilliseconds(); }
 std::vector<StemGain> PlaybackEngine::soundGains() const { return state_->mixer.gains(); }
 
 bool PlaybackEngine::soundAvailable() const {

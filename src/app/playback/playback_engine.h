@@ -49,6 +49,8 @@ class PlaybackEngine : public QObject, public ProgramPlayer {
   std::int64_t framesDropped() const;
   // Pictures drawn by the workers since the engine was made.
   std::int64_t framesDrawn() const;
+  // What one picture costs the compositor's workers on average.
+  double averageDrawMilliseconds() const;
   // The gain each stem plays at now (after the last replaceItem or updateAudioMix).
   std::vector<StemGain> soundGains() const;
 

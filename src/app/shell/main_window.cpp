@@ -312,7 +312,7 @@ void MainWindow::buildMenus() {
              command.id == "insert" || command.id == "lift" || command.id == "nest" || command.id == "crossfade" ||
              command.id == "addMarker" || command.id == "previousEdit" || command.id == "previousFrame" ||
              command.id == "gotoStart" || command.id == "zoomIn" || command.id == "interfaceBigger" ||
-             command.id == "useProxies" || command.id == "importMedia" || command.id == "quit" ||
+             command.id == "useProxies" || command.id == "quit" ||
              command.id == "recover" || command.id == "markBeats" || command.id == "transcribe")
       menu->addSeparator();
     if (command.id == "workspaceEdit") {
@@ -581,6 +581,10 @@ void MainWindow::onField(int raw) {
     case Field::fileURL:
     case Field::dirty:
       refreshTitle();
+      if (field == Field::project && editor_.project().id != shownProject_) {
+        shownProject_ = editor_.project().id;
+        reportMissingMedia();
+      }
       if (field == Field::project) {
         programViewer_->setPosition(s.playhead, sequence ? sequence->duration() : 0, rate);
         if (s.sourceMediaID && !editor_.project().mediaItem(*s.sourceMediaID)) editor_.setSourceMediaID(std::nullopt);
@@ -682,6 +686,19 @@ void MainWindow::onField(int raw) {
     default:
       break;
   }
+}
+
+// A project that comes in with media gone says so once, after whatever the
+// opening itself put on the status line.
+void MainWindow::reportMissingMedia() {
+  std::size_t missing = 0;
+  for (const MediaItem& item : editor_.project().media) {
+    std::error_code ec;
+    if (!fs::exists(item.path, ec)) ++missing;
+  }
+  if (missing == 0) return;
+  const std::string text = std::to_string(missing) + " media file(s) are missing — use Media ▸ Relink";
+  QMetaObject::invokeMethod(this, [this, text] { editor_.setStatus(text); }, Qt::QueuedConnection);
 }
 
 void MainWindow::refreshTitle() {

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "model/serial_queue.h"
+#include "model/uuid.h"
 
 namespace brevelan {
 
@@ -84,6 +85,7 @@ class MainWindow : public QMainWindow {
   void bindCommands();
   void onField(int field);
   void refreshTitle();
+  void reportMissingMedia();
   void refreshSwitches();
   void refreshSourceViewer();
   void shuttle(int direction);
@@ -111,6 +113,7 @@ class MainWindow : public QMainWindow {
   QLabel* busyLabel_ = nullptr;
   QProgressBar* busy_ = nullptr;
   std::optional<std::string> shownSource_;
+  Uuid shownProject_;
   SerialQueue proxies_{"vael.brevelan.proxies"};
   SerialQueue sourceBuilds_{"vael.brevelan.source"};
 };

@@ -17,7 +17,9 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <filesystem>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "app/timeline/media_drag.h"
@@ -161,6 +163,8 @@ struct TimelineView::Parts {
   // Media by id, rebuilt when the bin changes.
   SharedList<MediaItem> mediaSeen;
   std::unordered_map<Uuid, const MediaItem*> mediaByID;
+  // Media whose file is not where the project says: their clips show as offline.
+  std::unordered_set<Uuid> offline;
 
   TimelineArtwork artwork;
   std::vector<QLineF> lines;  // reused by every waveform
@@ -333,7 +337,12 @@ void TimelineView::relayout() {
   if (!p.mediaSeen.sharesStorageWith(project.media)) {
     p.mediaSeen = project.media;
     p.mediaByID.clear();
-    for (const MediaItem& item : p.mediaSeen) p.mediaByID.emplace(item.id, &item);
+    p.offline.clear();
+    for (const MediaItem& item : p.mediaSeen) {
+      p.mediaByID.emplace(item.id, &item);
+      std::error_code ec;
+      if (!std::filesystem::exists(item.path, ec)) p.offline.insert(item.id);
+    }
   }
 
   const int laneWidth = std::max(0, width() - kScrollBar - kHeaderWidth);
@@ -494,6 +503,14 @@ void TimelineView::paintEvent(QPaintEvent*) {
           painter.setPen(QPen(base.lighter(150), 1));
           painter.drawLines(p.lines.data(), static_cast<int>(p.lines.size()));
         }
+      }
+
+      if (media && p.offline.contains(media->id)) {
+        painter.fillRect(body, QColor(120, 28, 32));
+        painter.fillRect(body, QBrush(QColor(255, 255, 255, 28), Qt::BDiagPattern));
+        painter.setPen(QColor(255, 210, 210));
+        painter.drawText(body.adjusted(5, 0, -4, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                         metrics.elidedText("Media Offline", Qt::ElideRight, static_cast<int>(body.width()) - 9));
       }
 
       // The name bar.

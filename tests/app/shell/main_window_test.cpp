@@ -218,6 +218,18 @@ TEST_F(EditorWindow, ImportedMediaAppearInTheBinAndOpenInTheSourceViewer) {
   EXPECT_GT(window_->sourcePlayer().duration(), 0);
 }
 
+TEST_F(EditorWindow, AProjectWithMissingMediaOpensAndSaysHowManyAreGone) {
+  auto project = ProjectFile::load(testing::demoFolder() / "Sample.brevelan");
+  ASSERT_TRUE(project);
+  project->media.mut(0).path = "/nowhere/gone.mov";
+  project->media.mut(0).relativePath.reset();
+  ASSERT_TRUE(ProjectFile::save(*project, dir_->path() / "gone.brevelan"));
+  ASSERT_TRUE(editor_->open(dir_->path() / "gone.brevelan"));
+  QTest::qWait(20);
+  EXPECT_EQ(window_->statusText(), "1 media file(s) are missing — use Media ▸ Relink");
+  EXPECT_EQ(editor_->project().media.size(), project->media.size());
+}
+
 // Every workspace drawn with a clip (and its sound) selected, written to the
 // build folder for review; a page that draws nothing at all fails.
 TEST_F(EditorWindow, EachWorkspaceIsDrawnForReview) {
