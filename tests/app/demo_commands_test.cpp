@@ -128,6 +128,29 @@ TEST_F(DemoCommands, ScreenshotDrawsTheEditorWindowWithTheProgramPicture) {
   EXPECT_NE(std::system((std::string(BREVELAN_BINARY) + " screenshot '" + project + "' -o x.png --workspace NOPE 2>/dev/null").c_str()), 0);
 }
 
+// Playback measured through the real engine without a window.
+TEST_F(DemoCommands, PlaybenchPlaysTheSequenceAndReportsWhatItDrew) {
+  const std::string command = "XDG_DATA_HOME='" + (*dir_ / "xdg").string() + "' " + BREVELAN_BINARY +
+                              " playbench '" + (testing::demoFolder() / "Sample.brevelan").string() +
+                              "' --seconds 1 2>/dev/null";
+  std::FILE* pipe = ::popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  std::string said;
+  char line[512];
+  while (std::fgets(line, sizeof line, pipe)) said += line;
+  ASSERT_EQ(::pclose(pipe), 0) << said;
+  long long shown = 0, dropped = 0, drawn = 0;
+  double played = 0, ms = 0;
+  ASSERT_EQ(std::sscanf(said.c_str(), "played %lf s of \"Main\": %lld frames shown, %lld dropped, %lld drawn\ncompositor %lf",
+                        &played, &shown, &dropped, &drawn, &ms),
+            5)
+      << said;
+  EXPECT_GT(shown, 0);
+  EXPECT_GE(drawn, shown);
+  EXPECT_GT(ms, 0);
+  EXPECT_NE(said.find("ms per frame on average"), std::string::npos);
+}
+
 TEST_F(DemoCommands, CtrlCCancelsAnExportAndLeavesNoFile) {
   const auto movie = *dir_ / "cancelled.mov", said = *dir_ / "said.txt";
   const std::string project = (testing::demoFolder() / "Sample.brevelan").string();
