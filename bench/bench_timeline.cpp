@@ -1,11 +1,15 @@
 // The timeline's paint time on a 2 000-clip sequence: the widget rendered into
 // an image at a typical zoom, in the middle of the sequence, and zoomed far out.
+// On a 20-track project of 2 000 clips: opening the file until the timeline has
+// been painted once, and a Ripple drag driven by real mouse events, each
+// pointer move previewed and painted.
 // Also writes /tmp/timeline.png, a picture of the widget on a varied sequence.
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QImage>
+#include <QTest>
 
 #include <algorithm>
 #include <cmath>
@@ -15,9 +19,12 @@
 #include <string>
 
 #include "app/timeline/timeline_view.h"
+#include "big_project.h"
 #include "edit/editor_model.h"
+#include "edit/sequence_queries.h"
 #include "media/media_probe.h"
 #include "media/thumb_cache.h"
+#include "model/project_file.h"
 
 namespace brevelan {
 namespace {
@@ -199,6 +206,121 @@ BENCHMARK(BM_PaintTypicalZoomStart)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PaintTypicalZoomMiddle)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PaintZoomedOutWhole)->Unit(benchmark::kMillisecond);
 
+// The 20 × 100-clip project, saved once.
+const std::filesystem::path& bigProjectFile() {
+  static const std::filesystem::path file = [] {
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() / (std::string("brevelan-bench-big") + ProjectFile::kExtension);
+    if (!ProjectFile::save(bench::makeBigProject(20, 100), path)) std::abort();
+    return path;
+  }();
+  return file;
+}
+
+constexpr QSize kOpenSize(1600, 600);
+
+// File ▸ Open with the window already up: the file read and decoded, the
+// timeline laid out again for it and painted once.
+double openAndPaint(EditorModel& editor, TimelineView& view, QImage& image) {
+  QElapsedTimer timer;
+  timer.start();
+  if (!editor.open(bigProjectFile())) std::abort();
+  view.render(&image);
+  return static_cast<double>(timer.nsecsElapsed()) / 1e9;
+}
+
+void BM_OpenBigProjectIntoTimeline(benchmark::State& state) {
+  QImage image(kOpenSize, QImage::Format_ARGB32_Premultiplied);
+  for (auto _ : state) {
+    EditorModel editor(Project::make());
+    TimelineView view(editor);
+    view.resize(kOpenSize);
+    view.render(&image);
+    state.SetIterationTime(openAndPaint(editor, view, image));
+    benchmark::DoNotOptimize(image.constBits());
+    if (clipCount(*editor.activeSequence()) != 2000) std::abort();
+  }
+}
+
+// The same with the timeline made after the project is in, as when the
+// window opens on a document.
+void BM_OpenBigProjectThenMakeTimeline(benchmark::State& state) {
+  QImage image(kOpenSize, QImage::Format_ARGB32_Premultiplied);
+  for (auto _ : state) {
+    EditorModel editor(Project::make());
+    QElapsedTimer timer;
+    timer.start();
+    if (!editor.open(bigProjectFile())) std::abort();
+    TimelineView view(editor);
+    view.resize(kOpenSize);
+    view.render(&image);
+    state.SetIterationTime(static_cast<double>(timer.nsecsElapsed()) / 1e9);
+    benchmark::DoNotOptimize(image.constBits());
+  }
+}
+
+// The very first open of the process, with nothing warm yet (fonts, caches).
+void reportFirstOpen() {
+  bigProjectFile();
+  EditorModel editor(Project::make());
+  TimelineView view(editor);
+  view.resize(kOpenSize);
+  QImage image(kOpenSize, QImage::Format_ARGB32_Premultiplied);
+  view.render(&image);  // the empty window, already up
+  const double seconds = openAndPaint(editor, view, image);
+  std::printf("first open of the 20 x 100-clip project until painted: %.0f ms\n", seconds * 1000);
+}
+
+BENCHMARK(BM_OpenBigProjectIntoTimeline)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenBigProjectThenMakeTimeline)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// A Ripple drag of a clip's tail on the top track of the opened project, with
+// real mouse events: each iteration moves the pointer one step (swinging
+// 1 to 240 pixels right of the press), which previews the ripple, and paints
+// the view. Every later clip on the track moves with each step.
+void BM_RippleDragBigProject(benchmark::State& state) {
+  EditorModel editor(Project::make());
+  TimelineView view(editor);
+  view.resize(kOpenSize);
+  QImage image(kOpenSize, QImage::Format_ARGB32_Premultiplied);
+  if (!editor.open(bigProjectFile())) std::abort();
+  editor.setTool(Tool::ripple);
+  view.render(&image);
+
+  const BrevSequence& seq = *editor.activeSequence();
+  const TrackRef top{TrackKind::video, static_cast<std::int64_t>(seq.video.size()) - 1};
+  const Clip grabbed = trackAt(seq, top).clips[2];
+  const QPoint press(static_cast<int>(view.xOf(grabbed.end())) - 2, view.laneRect(top).center().y());
+  QTest::mousePress(&view, Qt::LeftButton, {}, press);
+  // Far enough for the press to become a drag.
+  QTest::mouseMove(&view, press + QPoint(8, 0));
+
+  // Every move must reach the editor as a new preview, or the figure means nothing.
+  std::int64_t previews = 0;
+  const std::uint64_t watch = editor.subscribe([&](Field field) { previews += field == Field::project; });
+  int step = 0;
+  QElapsedTimer wall;
+  wall.start();
+  for (auto _ : state) {
+    step = step % 240 + 1;
+    const int dx = step <= 120 ? 2 * step : 2 * (240 - step) + 1;
+    QTest::mouseMove(&view, press + QPoint(dx, 0));
+    view.render(&image);
+    benchmark::DoNotOptimize(image.constBits());
+  }
+  // Wall time, not this thread's CPU time: what the user waits for.
+  const double seconds = static_cast<double>(wall.nsecsElapsed()) / 1e9;
+  editor.unsubscribe(watch);
+  if (previews != static_cast<std::int64_t>(state.iterations())) std::abort();
+  // Away from every snap point, so the drag surely ends as a change.
+  QTest::mouseMove(&view, press + QPoint(40, 0));
+  QTest::mouseRelease(&view, Qt::LeftButton, {}, press + QPoint(40, 0));
+  if (editor.history().undoSteps().size() != 1 || editor.history().undoSteps().back().name != "Ripple") std::abort();
+  state.counters["updates/s"] = static_cast<double>(state.iterations()) / seconds;
+}
+
+BENCHMARK(BM_RippleDragBigProject)->UseRealTime()->Unit(benchmark::kMillisecond);
+
 // The picture of the widget: the start of the sequence, a selection, marks,
 // once the thumbnails and waveforms have arrived.
 void writeScreenshot(const char* path) {
@@ -237,6 +359,7 @@ void writeScreenshot(const char* path) {
 int main(int argc, char** argv) {
   if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication app(argc, argv);
+  brevelan::reportFirstOpen();
   brevelan::writeScreenshot("/tmp/timeline.png");
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
