@@ -5,7 +5,9 @@
 #include <ostream>
 
 #include "app/sample_project.h"
+#include "edit/media_import.h"
 #include "media/demo_media.h"
+#include "media/derived_makers.h"
 #include "media/media_probe.h"
 #include "model/file_error.h"
 #include "model/json_writer.h"
@@ -68,6 +70,10 @@ Expected<Project, std::string> makeSampleProjectWithMedia(const fs::path& folder
     auto item = prober.probe(file);
     if (!item) return Unexpected{item.error().message};
     item->bin = "Media";
+    // As an import would: large movies get their playback proxy.
+    if (wantsProxy(*item)) {
+      if (auto proxy = ProxyMaker::make(*item)) item->proxyPath = proxy->path;
+    }
     items.push_back(std::move(item.value()));
   }
   const MediaItem& bars = items[0];

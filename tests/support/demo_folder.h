@@ -4,9 +4,11 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 
 #include "app/media_commands.h"
 
@@ -25,8 +27,15 @@ inline const std::filesystem::path& demoFolder() {
     if (lock < 0 || ::flock(lock, LOCK_EX) != 0) throw std::runtime_error("cannot lock the demo folder");
     if (!std::filesystem::exists(root / "Sample.brevelan")) {
       std::filesystem::remove_all(root);
+      // The 4K movie's proxy goes with the demo, not into the user's folders.
+      const char* before = std::getenv("XDG_DATA_HOME");
+      const std::string saved = before ? before : "";
+      ::setenv("XDG_DATA_HOME", (root.parent_path() / "demo-data").c_str(), 1);
       std::ostringstream out, err;
-      if (runDemoCommand({root.string()}, out, err) != 0) throw std::runtime_error(err.str());
+      const int status = runDemoCommand({root.string()}, out, err);
+      if (before) ::setenv("XDG_DATA_HOME", saved.c_str(), 1);
+      else ::unsetenv("XDG_DATA_HOME");
+      if (status != 0) throw std::runtime_error(err.str());
     }
     ::flock(lock, LOCK_UN);
     ::close(lock);

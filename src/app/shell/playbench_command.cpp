@@ -58,8 +58,11 @@ int runPlaybench(int argc, char** argv) {
   // Playback starts the way a person starts it: from a shown first picture.
   QEventLoop loop;
   bool ended = false;
+  QTimer patience;
+  patience.setSingleShot(true);
+  QObject::connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
   QObject::connect(&engine, &PlaybackEngine::frameShown, &loop, [&] { loop.quit(); });
-  QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+  patience.start(10000);
   loop.exec();
   QObject::disconnect(&engine, &PlaybackEngine::frameShown, &loop, nullptr);
 
@@ -72,7 +75,7 @@ int runPlaybench(int argc, char** argv) {
     ended = true;
     loop.quit();
   });
-  QTimer::singleShot(static_cast<int>(playFor * 1000), &loop, &QEventLoop::quit);
+  patience.start(static_cast<int>(playFor * 1000));
   loop.exec();
   // The counters start over when playback pauses: read them first.
   const std::int64_t shown = engine.framesShown(), dropped = engine.framesDropped();
