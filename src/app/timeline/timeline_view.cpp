@@ -41,6 +41,8 @@ constexpr int kScrollBar = 12;
 constexpr int kSectionGap = 6;   // between the video and the audio rows
 constexpr int kNameStrip = 17;   // the clip's name bar
 constexpr int kButton = 20;      // header toggles
+constexpr int kKeyButton = 30;   // the key line switch, wide enough for its word
+constexpr int kKeyInset = 3;     // between a clip's box and its key band
 constexpr double kDragStart = 3;  // pixels the pointer travels before a press becomes a drag
 // Room after the last clip, so there is somewhere to drag to.
 constexpr std::int64_t kTailSeconds = 30;
@@ -122,6 +124,26 @@ struct ClipDrag {
   std::optional<std::int64_t> snapped;
 };
 
+// A press on a key's dot that may become a live drag of the key.
+struct KeyDrag {
+  Uuid clip;
+  KeyLine line = KeyLine::volume;
+  std::size_t index = 0;
+  AudioFX audio;  // the clip's sound settings at the press
+  std::int64_t duration = 0;
+  KeyBand band;
+  double dotY = 0;
+  double pressX = 0;
+  double pressY = 0;
+  bool started = false;
+  bool cancelled = false;
+};
+
+// The key band of a row drawn at widget y: the clip's body below its name bar.
+KeyBand keyBandAt(int y, int height) {
+  return KeyBand{static_cast<double>(y + 3 + kNameStrip + kKeyInset), static_cast<double>(y + height - 3 - kKeyInset)};
+}
+
 // The source second a clip plays `t` timeline frames after its start.
 double sourceSecondsAt(const Clip& clip, double t, const FrameRate& rate) {
   double frame = static_cast<double>(clip.sourceIn);
@@ -171,12 +193,21 @@ struct TimelineView::Parts {
 
   bool playheadDrag = false;
   std::optional<ClipDrag> drag;
+  std::optional<KeyDrag> keyDrag;
+  // What each sound track shows, by track id; volume when absent.
+  std::unordered_map<Uuid, KeyLine> keyLines;
   // Blade: where a click would cut, shown while hovering.
   std::optional<std::pair<TrackRef, std::int64_t>> bladeAt;
   // Media dragged over the timeline: where they would land.
   std::optional<Row> dropRow;
   std::int64_t dropFrame = 0;
   std::int64_t dropLength = 0;
+
+  KeyLine keyLine(const Track& track) const {
+    if (track.kind != TrackKind::audio) return KeyLine::off;
+    auto it = keyLines.find(track.id);
+    return it == keyLines.end() ? KeyLine::volume : it->second;
+  }
 
   const MediaItem* media(const Clip& clip) const {
     const Uuid* id = clip.source.mediaID();
@@ -258,6 +289,12 @@ QRectF buttonRect(const QRect& header, int slot) {
   return QRectF(right - kButton, header.top() + (header.height() - kButton) / 2.0 + 8, kButton, kButton - 4);
 }
 
+// Left of mute, on sound tracks only.
+QRectF keyButtonRect(const QRect& header) {
+  const QRectF mute = buttonRect(header, 2);
+  return QRectF(mute.left() - 4 - kKeyButton, mute.top(), kKeyButton, mute.height());
+}
+
 TimeAxis axisOf(double scrollX, double pixelsPerFrame) {
   return TimeAxis{TimelineView::kHeaderWidth - scrollX, pixelsPerFrame};
 }
@@ -300,7 +337,25 @@ QRect TimelineView::laneRect(TrackRef track) const {
 QRectF TimelineView::switchRect(TrackRef track, HeaderSwitch which) const {
   const QRect lane = laneRect(track);
   if (lane.isEmpty() || (track.kind == TrackKind::video && which != HeaderSwitch::lock)) return {};
+  if (which == HeaderSwitch::keys) return keyButtonRect(QRect(0, lane.top(), kHeaderWidth, lane.height()));
   return buttonRect(QRect(0, lane.top(), kHeaderWidth, lane.height()), static_cast<int>(which));
+}
+
+KeyLine TimelineView::keyLine(TrackRef track) const {
+  const BrevSequence* seq = editor_.activeSequence();
+  return seq && valid(*seq, track) ? parts_->keyLine(trackAt(*seq, track)) : KeyLine::off;
+}
+
+void TimelineView::setKeyLine(TrackRef track, KeyLine line) {
+  const BrevSequence* seq = editor_.activeSequence();
+  if (!seq || !valid(*seq, track) || track.kind != TrackKind::audio) return;
+  parts_->keyLines[trackAt(*seq, track).id] = line;
+  update();
+}
+
+KeyBand TimelineView::keyBand(TrackRef track) const {
+  const QRect lane = laneRect(track);
+  return keyBandAt(lane.top(), lane.height());
 }
 
 void TimelineView::zoomAround(double x, double factor) {
@@ -513,6 +568,13 @@ void TimelineView::paintEvent(QPaintEvent*) {
                          metrics.elidedText("Media Offline", Qt::ElideRight, static_cast<int>(body.width()) - 9));
       }
 
+      if (const KeyLine line = p.keyLine(track); line != KeyLine::off && body.width() > 2) {
+        painter.save();
+        painter.setClipRect(QRectF(box.left(), body.top(), box.width(), body.height()).intersected(QRectF(lanes)));
+        drawKeyLine(painter, clip, line, axis, keyBandAt(y, row.height), box.left(), box.right());
+        painter.restore();
+      }
+
       // The name bar.
       const QRectF strip(box.left(), box.top(), box.width(), kNameStrip);
       painter.fillRect(strip, base);
@@ -631,6 +693,16 @@ void TimelineView::paintEvent(QPaintEvent*) {
       painter.drawRoundedRect(b, 3, 3);
       painter.setPen(t.on ? QColor(20, 20, 22) : colors::dimText);
       painter.drawText(b, Qt::AlignCenter, QString::fromLatin1(t.label));
+    }
+    if (row.ref.kind == TrackKind::audio) {
+      const KeyLine line = p.keyLine(track);
+      const QRectF b = keyButtonRect(header);
+      painter.setPen(Qt::NoPen);
+      painter.setBrush(line == KeyLine::off ? colors::buttonOff : keyLineColor(line));
+      painter.drawRoundedRect(b, 3, 3);
+      painter.setPen(line == KeyLine::off ? colors::dimText : QColor(20, 20, 22));
+      const QString label = line == KeyLine::off ? tr("Off") : line == KeyLine::pan ? tr("Pan") : tr("Vol");
+      painter.drawText(b, Qt::AlignCenter, label);
     }
     painter.setRenderHint(QPainter::Antialiasing, false);
   }
@@ -754,7 +826,7 @@ std::int64_t trackOffsetAt(const std::vector<Row>& rows, int scrollY, TrackRef p
 
 void TimelineView::mousePressEvent(QMouseEvent* event) {
   Parts& p = *parts_;
-  if (event->button() != Qt::LeftButton || p.drag || p.playheadDrag) return;
+  if (event->button() != Qt::LeftButton || p.drag || p.keyDrag || p.playheadDrag) return;
   const BrevSequence* seq = editor_.activeSequence();
   if (!seq) return;
   setFocus(Qt::MouseFocusReason);
@@ -780,6 +852,10 @@ void TimelineView::mousePressEvent(QMouseEvent* event) {
   // Headers: the toggles, or elsewhere makes the track a target of source edits.
   if (pos.x() < kHeaderWidth) {
     const QRect header(0, kRulerHeight + row->top - p.scrollY, kHeaderWidth, row->height);
+    if (ref.kind == TrackKind::audio && keyButtonRect(header).contains(pos)) {
+      setKeyLine(ref, nextKeyLine(p.keyLine(track)));
+      return;
+    }
     const int count = ref.kind == TrackKind::audio ? 3 : 1;
     for (int slot = 0; slot < count; ++slot) {
       if (!buttonRect(header, slot).contains(pos)) continue;
@@ -792,6 +868,30 @@ void TimelineView::mousePressEvent(QMouseEvent* event) {
     else editor_.setTargetAudio(ref.index);
     return;
   }
+
+  // Keys: a dot drags with every tool but the blade; Ctrl+click on the line adds one.
+  const KeyLine line = p.keyLine(track);
+  const KeyBand band = keyBandAt(kRulerHeight + row->top - p.scrollY, row->height);
+  if (line != KeyLine::off && state.tool != Tool::blade && !track.locked)
+    if (const std::optional<KeyHit> on = keyHit(track, line, axis, band, pos)) {
+      const Clip& clip = track.clips[on->clip];
+      if (on->key) {
+        const Keyframe& key = keysOf(*clip.audio, line).keys[*on->key];
+        p.keyDrag = KeyDrag{clip.id, line, *on->key, *clip.audio, clip.duration, band,
+                            band.y(line, lineValue(*clip.audio, line, static_cast<double>(key.frame))),
+                            pos.x(), pos.y(), false, false};
+        editor_.beginDrag();
+        return;
+      }
+      if (event->modifiers() & Qt::ControlModifier) {
+        const std::int64_t frame = std::clamp<std::int64_t>(axis.boundaryAt(pos.x()) - clip.start, 0, clip.duration);
+        const double value = keyValueFor(*clip.audio, line, band.value(line, pos.y()));
+        const Uuid id = clip.id;
+        if (line == KeyLine::volume) editor_.addVolumeKey(id, frame, value);
+        else editor_.addPanKey(id, frame, value);
+        return;
+      }
+    }
 
   const std::optional<ClipHit> hit = hitClip(track, axis, pos.x());
   const bool shift = event->modifiers() & Qt::ShiftModifier;
@@ -900,6 +1000,23 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
     editor_.setPlayhead(std::max<std::int64_t>(0, axis.boundaryAt(pos.x())));
     return;
   }
+  if (p.keyDrag) {
+    KeyDrag& k = *p.keyDrag;
+    if (k.cancelled) return;
+    if (!k.started && std::abs(pos.x() - k.pressX) < kDragStart && std::abs(pos.y() - k.pressY) < kDragStart) return;
+    k.started = true;
+    KeyTrack keys = keysOf(k.audio, k.line);
+    Keyframe& key = keys.keys[k.index];
+    key.frame = keyFrameWithin(keys, k.index, key.frame + std::llround((pos.x() - k.pressX) / ppf), k.duration);
+    // Moved only sideways, the key keeps its exact value.
+    if (pos.y() != k.pressY)
+      key.value = keyValueFor(k.audio, k.line, k.band.value(k.line, k.dotY + pos.y() - k.pressY));
+    editor_.previewDrag([&](BrevSequence& s) {
+      if (const auto where = locate(s, k.clip))
+        keysOf(mutTrack(s, where->track).clips.mut(where->index).audio.mut(), k.line) = keys;
+    });
+    return;
+  }
   if (p.drag) {
     ClipDrag& drag = *p.drag;
     if (drag.cancelled) return;
@@ -942,9 +1059,16 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
   p.bladeAt.reset();
   TimelineCursor shape = TimelineCursor::plain;
   const Row* row = pos.x() >= kHeaderWidth ? rowAt(p.rows, p.scrollY, pos.y()) : nullptr;
+  std::optional<Qt::CursorShape> keyShape;
   if (row) {
     const Track& track = trackAt(*seq, row->ref);
-    if (const std::optional<ClipHit> hit = hitClip(track, axis, pos.x())) {
+    const KeyLine line = p.keyLine(track);
+    if (line != KeyLine::off && state.tool != Tool::blade && !track.locked)
+      if (const auto on = keyHit(track, line, axis, keyBandAt(kRulerHeight + row->top - p.scrollY, row->height), pos))
+        if (on->key || (event->modifiers() & Qt::ControlModifier))
+          keyShape = on->key ? Qt::SizeAllCursor : Qt::CrossCursor;
+    const std::optional<ClipHit> hit = keyShape ? std::nullopt : hitClip(track, axis, pos.x());
+    if (hit) {
       const bool edge = hit->grab != Grab::body;
       switch (state.tool) {
         case Tool::select: shape = edge ? TimelineCursor::trim : TimelineCursor::grab; break;
@@ -969,7 +1093,8 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
       }
     }
   }
-  setCursor(timelineCursor(shape));
+  if (keyShape) setCursor(*keyShape);
+  else setCursor(timelineCursor(shape));
   if (p.bladeAt != bladeBefore) update();
 }
 
@@ -978,6 +1103,12 @@ void TimelineView::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
   if (p.playheadDrag) {
     p.playheadDrag = false;
+    return;
+  }
+  if (p.keyDrag) {
+    const KeyDrag k = std::move(*p.keyDrag);
+    p.keyDrag.reset();
+    if (!k.cancelled) editor_.endDrag(k.line == KeyLine::pan ? "Pan Key" : "Volume Key");
     return;
   }
   if (!p.drag) return;
@@ -992,8 +1123,28 @@ void TimelineView::mouseReleaseEvent(QMouseEvent* event) {
   update();
 }
 
-// Double-clicks do nothing on the timeline; the second press is not a new drag.
-void TimelineView::mouseDoubleClickEvent(QMouseEvent*) {}
+// A double-click on a key's dot removes the key; elsewhere it does nothing,
+// and the second press is not a new drag.
+void TimelineView::mouseDoubleClickEvent(QMouseEvent* event) {
+  Parts& p = *parts_;
+  const BrevSequence* seq = editor_.activeSequence();
+  if (event->button() != Qt::LeftButton || !seq || p.drag || p.keyDrag || editor_.state().tool == Tool::blade) return;
+  const QPointF pos = event->position();
+  const Row* row = pos.x() >= kHeaderWidth ? rowAt(p.rows, p.scrollY, pos.y()) : nullptr;
+  if (!row) return;
+  const Track& track = trackAt(*seq, row->ref);
+  const KeyLine line = p.keyLine(track);
+  if (line == KeyLine::off || track.locked) return;
+  const TimeAxis axis = axisOf(p.scrollX, editor_.state().pixelsPerFrame);
+  const auto on = keyHit(track, line, axis, keyBandAt(kRulerHeight + row->top - p.scrollY, row->height), pos);
+  if (!on || !on->key) return;
+  const std::size_t index = *on->key;
+  const Uuid id = track.clips[on->clip].id;
+  editor_.updateClip(id, "Delete Key", false, true, [&](Clip& clip) {
+    std::vector<Keyframe>& keys = keysOf(clip.audio.mut(), line).keys;
+    keys.erase(keys.begin() + static_cast<std::ptrdiff_t>(index));
+  });
+}
 
 void TimelineView::leaveEvent(QEvent*) {
   if (parts_->bladeAt) {
@@ -1021,6 +1172,11 @@ void TimelineView::keyPressEvent(QKeyEvent* event) {
   Parts& p = *parts_;
   switch (event->key()) {
     case Qt::Key_Escape:
+      if (p.keyDrag && !p.keyDrag->cancelled) {
+        editor_.cancelDrag();
+        p.keyDrag->cancelled = true;
+        return;
+      }
       if (p.drag && !p.drag->cancelled) {
         editor_.cancelDrag();
         p.drag->cancelled = true;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "app/timeline/timeline_keys.h"
 #include "model/track.h"
 
 namespace brevelan {
@@ -17,6 +18,8 @@ class EditorModel;
 // and zooms by the editor's pixels per frame, the playhead and the In–Out
 // range on a ruler. Every tool works with the mouse through the editor's
 // drag protocol; media dragged from the bin land where they are dropped.
+// Sound clips show their volume or pan keys as a line with a dot per key:
+// Ctrl+click on the line adds a key, a dot drags, a double-click removes it.
 //
 // Rows run from the top video track down to V1, then A1 down to the last
 // audio track. Only the clips in view are drawn, found by halving each
@@ -37,10 +40,16 @@ class TimelineView : public QWidget {
   // The lane of a track (its header excluded) in widget coordinates, as
   // scrolled now; empty when the track does not exist.
   QRect laneRect(TrackRef track) const;
-  // A toggle in a track's header; only sound tracks have mute and solo.
-  // Empty when the track has no such toggle.
-  enum class HeaderSwitch { lock, solo, mute };
+  // A toggle in a track's header; only sound tracks have mute, solo and the
+  // key line switch. Empty when the track has no such toggle.
+  enum class HeaderSwitch { lock, solo, mute, keys };
   QRectF switchRect(TrackRef track, HeaderSwitch which) const;
+  // The keys a track shows over its clips: volume on sound tracks until its
+  // header switch is clicked; always off on video tracks.
+  KeyLine keyLine(TrackRef track) const;
+  void setKeyLine(TrackRef track, KeyLine line);
+  // The strip of a track's clips that their key lines span, as scrolled now.
+  KeyBand keyBand(TrackRef track) const;
   // The widget x of the boundary before a frame, at the current zoom and scroll.
   double xOf(std::int64_t frame) const;
 
