@@ -17,6 +17,7 @@
 
 #include "app/media_commands.h"
 #include "app/playback/playback_engine.h"
+#include "app/playback/qt_services.h"
 #include "app/workspaces/color_page.h"
 #include "app/workspaces/scope_sampler.h"
 #include "app/workspaces/scope_view.h"
@@ -85,23 +86,6 @@ class TimerScheduler final : public Scheduler {
   }
 };
 
-class QueueBuilder final : public ProgramBuilder {
- public:
-  void build(BuildRequest request, Done done) override {
-    queue_.async([request = std::move(request), done = std::move(done)] {
-      BuildOptions options;
-      options.useProxies = request.useProxies;
-      options.withStems = true;
-      std::shared_ptr<const ProgramBuild> result;
-      if (!request.sequence.id.isNil()) result = buildComposition(request.project, request.sequence, options);
-      QMetaObject::invokeMethod(QCoreApplication::instance(), [done, result] { done(result); }, Qt::QueuedConnection);
-    });
-  }
-
- private:
-  SerialQueue queue_{"vael.brevelan.build"};
-};
-
 void runFor(int ms) {
   QEventLoop loop;
   QTimer::singleShot(ms, &loop, &QEventLoop::quit);
@@ -135,7 +119,7 @@ struct Workspace {
     if (!made) std::abort();
     EditorServices services;
     services.scheduler = std::make_shared<TimerScheduler>();
-    services.builder = std::make_shared<QueueBuilder>();
+    services.builder = std::make_shared<BackgroundBuilder>();
     services.player = program;
     editor = std::make_unique<EditorModel>(std::move(made).value(), std::move(services));
     page = std::make_unique<ColorPage>(*editor, *program);

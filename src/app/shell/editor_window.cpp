@@ -17,7 +17,7 @@
 #include "app/playback/playback_engine.h"
 #include "app/shell/dark_theme.h"
 #include "app/shell/main_window.h"
-#include "app/shell/qt_services.h"
+#include "app/playback/qt_services.h"
 #include "edit/autosave_copies.h"
 #include "edit/editor_model.h"
 #include "media/media_probe.h"

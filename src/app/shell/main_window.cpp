@@ -25,7 +25,7 @@
 #include "app/shell/clip_inspector.h"
 #include "app/shell/dark_theme.h"
 #include "app/shell/media_bin.h"
-#include "app/shell/qt_services.h"
+#include "app/playback/qt_services.h"
 #include "app/shell/sheets.h"
 #include "app/shell/viewer_panel.h"
 #include "app/timeline/timeline_view.h"

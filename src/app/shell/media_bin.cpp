@@ -14,7 +14,7 @@
 
 #include <algorithm>
 
-#include "app/shell/qt_services.h"
+#include "app/playback/qt_services.h"
 #include "app/timeline/media_drag.h"
 #include "edit/editor_model.h"
 #include "media/thumb_cache.h"

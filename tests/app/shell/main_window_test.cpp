@@ -19,7 +19,7 @@
 #include "app/shell/clip_inspector.h"
 #include "app/shell/dark_theme.h"
 #include "app/shell/media_bin.h"
-#include "app/shell/qt_services.h"
+#include "app/playback/qt_services.h"
 #include "edit/editor_model.h"
 #include "model/project_file.h"
 #include "support/demo_folder.h"

@@ -1,4 +1,4 @@
-#include "app/shell/qt_services.h"
+#include "app/playback/qt_services.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
