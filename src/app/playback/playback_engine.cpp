@@ -31,6 +31,9 @@ constexpr qint64 kPositionEveryNs = 16'000'000;
 constexpr qint64 kMetersEveryNs = 33'000'000;
 // A device that has played nothing this long after starting is not playing.
 constexpr qint64 kSoundStartLimitNs = 1'500'000'000;
+// From a standstill the silent clock waits this long at most for the first
+// new picture, so that playing does not begin with a dropped frame.
+constexpr qint64 kPrerollLimitNs = 250'000'000;
 // How far the clock may run on from the device's last report.
 constexpr double kSoundExtrapolationSeconds = 0.1;
 constexpr int kSoundBufferMs = 100;
@@ -88,6 +91,8 @@ struct PlaybackEngine::State {
   // else from a steady timer.
   std::int64_t anchor = 0;
   QElapsedTimer steady;
+  bool prerolling = false;
+  QElapsedTimer preroll;
   bool soundClock = false;
   qint64 soundUSecs = -1;
   qint64 soundReadAt = 0;  // steady ns when the device's reading last moved
@@ -253,6 +258,8 @@ void PlaybackEngine::restartClock() {
   s.soundReadAt = 0;
   s.positionAt = -kPositionEveryNs;
   s.metersAt = -kMetersEveryNs;
+  s.prerolling = true;
+  s.preroll.restart();
 }
 
 double PlaybackEngine::clockFrame() {
@@ -286,6 +293,13 @@ void PlaybackEngine::tick() {
   const int dir = s.direction();
   const std::int64_t step = s.step();
   const std::int64_t last = std::max<std::int64_t>(s.duration() - 1, 0);
+  if (s.prerolling) {
+    // The sound device has a start-up of its own that the picture follows.
+    if (s.soundClock || s.pump->ready(s.anchor + step * dir) || s.preroll.nsecsElapsed() > kPrerollLimitNs)
+      s.prerolling = false;
+    else
+      s.steady.restart();  // the clock stays where playing began
+  }
   const double clock = clockFrame();
   std::int64_t frame = dir > 0 ? static_cast<std::int64_t>(std::floor(clock + 1e-6))
                                : static_cast<std::int64_t>(std::ceil(clock - 1e-6));
