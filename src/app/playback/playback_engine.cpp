@@ -23,9 +23,9 @@ namespace brevelan {
 namespace {
 
 constexpr int kWorkers = 2;
-// Pictures drawn ahead of the one on screen while playing: enough to ride out
-// a slow frame (a crossfade with a grade and a title) at 30 fps.
-constexpr int kAhead = 6;
+// Pictures drawn ahead of the one on screen while playing: 0.4 s at 30 fps,
+// enough to ride out a slow frame and the opening of the next clip's file.
+constexpr int kAhead = 12;
 constexpr int kTickMs = 4;
 constexpr qint64 kPositionEveryNs = 16'000'000;
 constexpr qint64 kMetersEveryNs = 33'000'000;
