@@ -100,7 +100,7 @@ AudioClipSound::AudioClipSound(EditorModel& editor, QWidget* parent) : QWidget(p
   eqOn_->setObjectName("eq on");
   eqOn_->setToolTip("EQ on or off");
   auto* eqBody = new QVBoxLayout;
-  response_ = new kit::SpectrumView(fields_);
+  response_ = new kit::FrequencyView(fields_);
   response_->setRange(20, 20000, -15, 15);
   std::vector<double> frequencies;
   QStringList labels;

@@ -11,7 +11,7 @@
 
 #include "app/kit/icon_button.h"
 #include "app/kit/knob.h"
-#include "app/kit/spectrum_view.h"
+#include "app/kit/frequency_view.h"
 #include "model/audio_fx.h"
 #include "model/clip.h"
 
@@ -38,7 +38,7 @@ class AudioClipSound : public QWidget {
   kit::Knob* fadeOut() const { return fadeOut_; }
   kit::Knob* band(int index) const { return bands_[static_cast<std::size_t>(index)]; }
   kit::IconButton* eqOn() const { return eqOn_; }
-  kit::SpectrumView* response() const { return response_; }
+  kit::FrequencyView* response() const { return response_; }
   QPushButton* markBeats() const { return markBeats_; }
 
  private:
@@ -61,7 +61,7 @@ class AudioClipSound : public QWidget {
   kit::Knob* fadeIn_;
   kit::Knob* fadeOut_;
   kit::IconButton* eqOn_;
-  kit::SpectrumView* response_;
+  kit::FrequencyView* response_;
   std::array<kit::Knob*, AudioFX::kEQBands> bands_{};
   kit::IconButton* gateOn_;
   kit::Knob* gateThreshold_;

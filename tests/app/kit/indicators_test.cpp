@@ -9,7 +9,7 @@
 #include "app/kit/lcd_readout.h"
 #include "app/kit/level_meter.h"
 #include "app/kit/segmented_button.h"
-#include "app/kit/spectrum_view.h"
+#include "app/kit/frequency_view.h"
 #include "support/widget_app.h"
 
 namespace brevelan::kit {
@@ -79,7 +79,7 @@ TEST_F(Indicators, ReadoutAndSpectrumKeepWhatTheyAreGiven) {
   LcdReadout wider("0", 14);
   EXPECT_GT(wider.sizeHint().width(), readout.sizeHint().width());
 
-  SpectrumView view;
+  FrequencyView view;
   view.setRange(20, 20000, -12, 12);
   const QRectF plot(0, 0, 300, 120);
   EXPECT_DOUBLE_EQ(view.xOfFrequency(20, plot), 0);

@@ -1,4 +1,4 @@
-#include "app/kit/spectrum_view.h"
+#include "app/kit/frequency_view.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -10,22 +10,22 @@
 
 namespace brevelan::kit {
 
-SpectrumView::SpectrumView(QWidget* parent) : QWidget(parent) {
+FrequencyView::FrequencyView(QWidget* parent) : QWidget(parent) {
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
 }
 
-void SpectrumView::setCurve(std::vector<QPointF> points) {
+void FrequencyView::setCurve(std::vector<QPointF> points) {
   curve_ = std::move(points);
   update();
 }
 
-void SpectrumView::setBands(std::vector<double> frequencies, QStringList labels) {
+void FrequencyView::setBands(std::vector<double> frequencies, QStringList labels) {
   bands_ = std::move(frequencies);
   bandLabels_ = std::move(labels);
   update();
 }
 
-void SpectrumView::setRange(double lowHz, double highHz, double lowDB, double highDB) {
+void FrequencyView::setRange(double lowHz, double highHz, double lowDB, double highDB) {
   lowHz_ = std::max(1.0, std::min(lowHz, highHz));
   highHz_ = std::max(lowHz_ * 1.01, highHz);
   lowDB_ = std::min(lowDB, highDB);
@@ -33,30 +33,30 @@ void SpectrumView::setRange(double lowHz, double highHz, double lowDB, double hi
   update();
 }
 
-void SpectrumView::setActive(bool active) {
+void FrequencyView::setActive(bool active) {
   if (active == active_) return;
   active_ = active;
   update();
 }
 
-double SpectrumView::xOfFrequency(double hz, const QRectF& plot) const {
+double FrequencyView::xOfFrequency(double hz, const QRectF& plot) const {
   const double f = std::log(std::max(hz, 1e-3) / lowHz_) / std::log(highHz_ / lowHz_);
   return plot.left() + std::clamp(f, 0.0, 1.0) * plot.width();
 }
 
-double SpectrumView::yOfDB(double dB, const QRectF& plot) const {
+double FrequencyView::yOfDB(double dB, const QRectF& plot) const {
   const double f = (dB - lowDB_) / (highDB_ - lowDB_);
   return plot.bottom() - std::clamp(f, 0.0, 1.0) * plot.height();
 }
 
-QRectF SpectrumView::plotRect() const {
+QRectF FrequencyView::plotRect() const {
   const QFontMetrics metrics(font());
   const double left = metrics.horizontalAdvance("+12") + 8;
   const double bottom = bandLabels_.isEmpty() ? 4 : metrics.height() + 4;
   return QRectF(left, 6, width() - left - 8, height() - 6 - bottom);
 }
 
-void SpectrumView::paintEvent(QPaintEvent*) {
+void FrequencyView::paintEvent(QPaintEvent*) {
   QPainter p(this);
   p.setRenderHint(QPainter::Antialiasing);
   p.fillRect(rect(), kWell);

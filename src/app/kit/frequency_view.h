@@ -11,10 +11,10 @@ namespace brevelan::kit {
 // A magnitude curve over frequency — an EQ's response, a spectrum — on a
 // logarithmic frequency axis with a dB grid. Points are (Hz, dB) in rising
 // frequency; optional band marks draw a labelled line each.
-class SpectrumView : public QWidget {
+class FrequencyView : public QWidget {
   Q_OBJECT
  public:
-  explicit SpectrumView(QWidget* parent = nullptr);
+  explicit FrequencyView(QWidget* parent = nullptr);
 
   void setCurve(std::vector<QPointF> points);
   const std::vector<QPointF>& curve() const { return curve_; }
