@@ -10,9 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "app/timeline/timeline_view.h"
-#include "edit/editor_fakes.h"
-#include "support/widget_app.h"
+#include "app/timeline/timeline_rig.h"
 
 namespace brevelan {
 namespace {
@@ -23,18 +21,7 @@ using testing::kA1;
 using testing::named;
 
 // a 0..100, b 100..200, c 200..300 on A1 at 2 pixels a frame; A1 shows volume.
-struct TimelineKeysTest : ::testing::Test {
-  TimelineKeysTest() {
-    brevelan::testing::widgetApp();
-    rig.editor->setPixelsPerFrame(2);
-    view = std::make_unique<TimelineView>(*rig.editor);
-    view->resize(1100, 420);
-    view->show();
-  }
-
-  EditorModel& editor() { return *rig.editor; }
-  const BrevSequence& seq() { return *editor().activeSequence(); }
-  std::size_t steps() { return editor().history().undoSteps().size(); }
+struct TimelineKeysTest : testing::TimelineRig {
   // Where the line of A1 shows `value` at a timeline frame.
   QPoint on(std::int64_t frame, double value, KeyLine line = KeyLine::volume) {
     return QPoint(static_cast<int>(view->xOf(frame)), static_cast<int>(std::lround(view->keyBand(kA1).y(line, value))));
@@ -48,15 +35,6 @@ struct TimelineKeysTest : ::testing::Test {
     return (line == KeyLine::pan ? 2.0 : KeyBand::kMaxDB - KeyBand::kMinDB) / (band.bottom - band.top);
   }
   const KeyTrack& volumeKeys(const char* clip) { return named(seq(), clip).audio->volumeKeys; }
-  void drag(QPoint from, QPoint to) {
-    QTest::mousePress(view.get(), Qt::LeftButton, {}, from);
-    QTest::mouseMove(view.get(), from + (to - from) / 2);
-    QTest::mouseMove(view.get(), to);
-    QTest::mouseRelease(view.get(), Qt::LeftButton, {}, to);
-  }
-
-  EditorRig rig{abcProject()};
-  std::unique_ptr<TimelineView> view;
 };
 
 TEST_F(TimelineKeysTest, ControlClickOnTheLineAddsAKeyWithTheValueUnderThePointer) {

@@ -8,8 +8,7 @@
 #include <memory>
 
 #include "app/timeline/media_drag.h"
-#include "edit/editor_fakes.h"
-#include "support/widget_app.h"
+#include "app/timeline/timeline_rig.h"
 
 namespace brevelan {
 namespace {
@@ -23,30 +22,10 @@ using testing::named;
 constexpr TrackRef kV2{TrackKind::video, 1};
 
 // A, B, C on V1 with their sound a, b, c on A1 (see abc()), at 2 pixels a frame.
-struct TimelineTest : ::testing::Test {
-  TimelineTest() {
-    brevelan::testing::widgetApp();
-    rig.editor->setPixelsPerFrame(2);
-    view = std::make_unique<TimelineView>(*rig.editor);
-    view->resize(1100, 420);
-    view->show();
-  }
-
-  EditorModel& editor() { return *rig.editor; }
-  const BrevSequence& seq() { return *editor().activeSequence(); }
+struct TimelineTest : testing::TimelineRig {
   QPoint at(TrackRef track, std::int64_t frame, int dx = 0) {
     return QPoint(static_cast<int>(view->xOf(frame)) + dx, view->laneRect(track).center().y());
   }
-  void drag(QPoint from, QPoint to, Qt::KeyboardModifiers mods = {}) {
-    QTest::mousePress(view.get(), Qt::LeftButton, mods, from);
-    QTest::mouseMove(view.get(), from + QPoint((to.x() - from.x()) / 2, (to.y() - from.y()) / 2));
-    QTest::mouseMove(view.get(), to);
-    QTest::mouseRelease(view.get(), Qt::LeftButton, mods, to);
-  }
-  std::size_t steps() { return editor().history().undoSteps().size(); }
-
-  EditorRig rig{abcProject()};
-  std::unique_ptr<TimelineView> view;
 };
 
 TEST_F(TimelineTest, SelectDragMovesAClipInTimeAndBetweenTracksAsOneUndoStep) {
