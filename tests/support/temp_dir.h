@@ -33,6 +33,12 @@ class TempDir {
   }
 
   const std::filesystem::path& path() const { return path_; }
+  // Points the application's data and cache folders (recovery copies, stems,
+  // proxies, thumbnails) in here, so a test never writes into the user's own.
+  void holdAppFolders() const {
+    ::setenv("XDG_DATA_HOME", (path_ / "data").c_str(), 1);
+    ::setenv("XDG_CACHE_HOME", (path_ / "cache").c_str(), 1);
+  }
   std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
  private:

@@ -35,9 +35,7 @@ class EditorWindow : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     dir_ = new testing::TempDir;
-    // Caches and recovery copies go to the test's own folder.
-    setenv("XDG_DATA_HOME", (dir_->path() / "data").c_str(), 1);
-    setenv("XDG_CACHE_HOME", (dir_->path() / "cache").c_str(), 1);
+    dir_->holdAppFolders();
   }
   static void TearDownTestSuite() {
     delete dir_;

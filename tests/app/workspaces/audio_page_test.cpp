@@ -51,8 +51,7 @@ class AudioWorkspace : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     dir_ = new testing::TempDir;
-    setenv("XDG_DATA_HOME", (dir_->path() / "data").c_str(), 1);
-    setenv("XDG_CACHE_HOME", (dir_->path() / "cache").c_str(), 1);
+    dir_->holdAppFolders();
   }
   static void TearDownTestSuite() {
     delete dir_;

@@ -72,8 +72,7 @@ class ColorPageTest : public ::testing::Test {
   static void SetUpTestSuite() {
     testing::widgetApp();
     dir_ = new testing::TempDir;
-    setenv("XDG_DATA_HOME", (dir_->path() / "data").c_str(), 1);
-    setenv("XDG_CACHE_HOME", (dir_->path() / "cache").c_str(), 1);
+    dir_->holdAppFolders();
     auto made = ProjectFile::load(testing::demoFolder() / "Sample.brevelan");
     ASSERT_TRUE(made) << made.error().message;
     sample_ = new Project(std::move(made).value());

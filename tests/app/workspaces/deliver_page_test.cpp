@@ -23,7 +23,7 @@ class DeliverPageTest : public ::testing::Test {
  protected:
   void SetUp() override {
     testing::widgetApp();
-    setenv("XDG_CACHE_HOME", (dir_.path() / "cache").c_str(), 1);
+    dir_.holdAppFolders();
     editor_ = std::make_unique<EditorModel>(Project::make());
     // A short, small sequence: one colour clip of `frames` frames.
     editor_->editSeq("Size", false, false, [](BrevSequence& s) {
