@@ -148,6 +148,8 @@ MediaBin::MediaBin(EditorModel& editor, Importer import, QWidget* parent)
     editor_.setSelectedMediaID(items.isEmpty() ? std::nullopt
                                                : Uuid::parse(items.front()->data(kIdRole).toString().toStdString()));
   });
+  // Thumbnails are answered on the main thread, where the bin reads them.
+  ThumbCache::shared().setDeliver(&postToMain);
   subscription_ = editor_.subscribe([this](Field field) {
     if (field == Field::project || field == Field::binFilter || field == Field::thumbsVersion) refresh();
   });
@@ -224,7 +226,6 @@ void MediaBin::openSequence(const Uuid& id) {
 void MediaBin::requestThumb(const Uuid& id) {
   const MediaItem* media = editor_.project().mediaItem(id);
   if (!media) return;
-  ThumbCache::shared().setDeliver([](std::function<void()> work) { postToMain(std::move(work)); });
   // The answer arrives on the main thread; the bin redraws once for all of them.
   ThumbCache::shared().request(*media, 1.0, [bin = QPointer<MediaBin>(this)](std::shared_ptr<const Picture> picture) {
     if (bin && picture) bin->editor_.bumpThumbsVersion();

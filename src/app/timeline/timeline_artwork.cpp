@@ -1,5 +1,6 @@
 #include "app/timeline/timeline_artwork.h"
 
+#include "app/playback/qt_services.h"
 #include "picture/picture_image.h"
 
 #include <QCoreApplication>
@@ -14,15 +15,6 @@
 
 namespace brevelan {
 
-namespace {
-
-// Runs work on the Qt main thread, after the current event.
-void onMainThread(std::function<void()> work) {
-  QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(work), Qt::QueuedConnection);
-}
-
-}  // namespace
-
 struct TimelineArtwork::Store {
   std::function<void()> changed;
   // A null image marks a thumbnail that was asked for and is not (yet) here.
@@ -34,7 +26,7 @@ struct TimelineArtwork::Store {
 TimelineArtwork::TimelineArtwork(std::function<void()> changed) : store_(std::make_shared<Store>()) {
   store_->changed = std::move(changed);
   // Thumbnails are answered on the main thread, where painting reads them.
-  ThumbCache::shared().setDeliver(&onMainThread);
+  ThumbCache::shared().setDeliver(&postToMain);
 }
 
 TimelineArtwork::~TimelineArtwork() = default;
@@ -64,7 +56,7 @@ const std::vector<float>* TimelineArtwork::peaks(const MediaItem& item) {
   // Decoding a whole file's sound takes a while: never on the main thread.
   QThreadPool::globalInstance()->start([weak, item] {
     auto peaks = AudioCache::shared().peaks(item);
-    onMainThread([weak, id = item.id, peaks = std::move(peaks)] {
+    postToMain([weak, id = item.id, peaks = std::move(peaks)] {
       const auto store = weak.lock();
       if (!store || !peaks) return;
       store->peaks[id] = peaks;
