@@ -3,10 +3,79 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <mutex>
+#include <vector>
 
 #include "media/ffmpeg_ptr.h"
 
 namespace brevelan {
+namespace {
+
+// Freed buffers of at least kPooledFrom bytes, newest last, kPoolBytes at
+// most in all: enough for the few frames in flight between decoding, drawing
+// and encoding at 4K, little enough to give back nothing noticeable.
+constexpr std::size_t kPooledFrom = std::size_t{1} << 20;
+constexpr std::size_t kPoolBytes = std::size_t{160} << 20;
+
+class PixelPool {
+ public:
+  static PixelPool& shared() {
+    static auto* pool = new PixelPool();  // never destroyed: pictures may outlive static teardown
+    return *pool;
+  }
+  std::uint8_t* take(std::size_t size) {
+    std::lock_guard guard(lock_);
+    for (auto it = free_.rbegin(); it != free_.rend(); ++it) {
+      if (it->size == size) {
+        std::uint8_t* pixels = it->pixels;
+        bytes_ -= size;
+        free_.erase(std::next(it).base());
+        return pixels;
+      }
+    }
+    return nullptr;
+  }
+  // False when the buffer is not kept (the caller frees it).
+  bool give(std::uint8_t* pixels, std::size_t size) {
+    std::vector<std::uint8_t*> evicted;
+    {
+      std::lock_guard guard(lock_);
+      if (size > kPoolBytes) return false;
+      while (bytes_ + size > kPoolBytes) {
+        evicted.push_back(free_.front().pixels);
+        bytes_ -= free_.front().size;
+        free_.erase(free_.begin());
+      }
+      free_.push_back({pixels, size});
+      bytes_ += size;
+    }
+    for (std::uint8_t* old : evicted) delete[] old;
+    return true;
+  }
+
+ private:
+  struct Entry {
+    std::uint8_t* pixels;
+    std::size_t size;
+  };
+  std::mutex lock_;
+  std::vector<Entry> free_;
+  std::size_t bytes_ = 0;
+};
+
+}  // namespace
+
+void PixelDeleter::operator()(std::uint8_t* pixels) const {
+  if (!pixels) return;
+  if (size >= kPooledFrom && PixelPool::shared().give(pixels, size)) return;
+  delete[] pixels;
+}
+
+PixelBuffer allocatePixels(std::size_t size) {
+  std::uint8_t* pixels = size >= kPooledFrom ? PixelPool::shared().take(size) : nullptr;
+  if (!pixels) pixels = new std::uint8_t[size];
+  return PixelBuffer(pixels, PixelDeleter{size});
+}
 
 int orientationForRotation(int clockwiseDegrees) {
   switch (((clockwiseDegrees % 360) + 360) % 360) {

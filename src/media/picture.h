@@ -5,6 +5,18 @@
 
 namespace brevelan {
 
+// Frees a pixel buffer, keeping large ones for the next picture of the same
+// size: a fresh multi-megabyte buffer costs a page fault per 4 KiB the first
+// time it is written, which at 1080p is as much work as drawing the frame.
+struct PixelDeleter {
+  std::size_t size = 0;
+  void operator()(std::uint8_t* pixels) const;
+};
+using PixelBuffer = std::unique_ptr<std::uint8_t[], PixelDeleter>;
+
+// An uninitialised buffer of `size` bytes, recycled when one is free.
+PixelBuffer allocatePixels(std::size_t size);
+
 // Byte order of a 32-bit pixel in memory.
 enum class PixelOrder { rgba, bgra };
 
@@ -19,10 +31,10 @@ struct Picture {
   int width = 0;
   int height = 0;
   PixelOrder order = PixelOrder::rgba;
-  std::unique_ptr<std::uint8_t[]> pixels;
+  PixelBuffer pixels;
 
   Picture() = default;
-  Picture(int w, int h, PixelOrder o) : width(w), height(h), order(o), pixels(new std::uint8_t[bytes() + kSlack]) {}
+  Picture(int w, int h, PixelOrder o) : width(w), height(h), order(o), pixels(allocatePixels(bytes() + kSlack)) {}
 
   std::size_t stride() const { return static_cast<std::size_t>(width) * 4; }
   std::size_t bytes() const { return stride() * static_cast<std::size_t>(height); }

@@ -15,9 +15,9 @@ QImage toImage(Picture picture) {
   const int width = picture.width;
   const int height = picture.height;
   const auto stride = static_cast<qsizetype>(picture.stride());
-  std::uint8_t* pixels = picture.pixels.release();
+  auto* keep = new PixelBuffer(std::move(picture.pixels));
   return QImage(
-      pixels, width, height, stride, format, [](void* data) { delete[] static_cast<std::uint8_t*>(data); }, pixels);
+      keep->get(), width, height, stride, format, [](void* info) { delete static_cast<PixelBuffer*>(info); }, keep);
 }
 
 QImage toImage(std::shared_ptr<const Picture> picture) {
