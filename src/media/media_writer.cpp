@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "media/frame_converter.h"
+#include "media/rgb_to_yuv.h"
 
 extern "C" {
 #include <libavutil/display.h>
@@ -228,15 +229,36 @@ AVFrame* MediaWriter::scaledPicture(const std::uint8_t* const planes[], const in
                              sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
     std::copy(key, key + 5, scalerKey_);
   }
-  // A frame-threaded encoder may still hold the previous buffer: take a new
-  // one rather than copy a picture that is about to be overwritten.
-  if (!av_frame_is_writable(yuv_.get()) && !(yuv_ = outputPicture(*videoEncoder_))) return nullptr;
+  if (!writablePicture()) return nullptr;
   sws_scale(scaler_.get(), planes, strides, 0, height, yuv_->data, yuv_->linesize);
   return yuv_.get();
 }
 
+bool MediaWriter::writablePicture() {
+  // A frame-threaded encoder may still hold the previous buffer: take a new
+  // one rather than copy a picture that is about to be overwritten.
+  return av_frame_is_writable(yuv_.get()) || (yuv_ = outputPicture(*videoEncoder_));
+}
+
+AVFrame* MediaWriter::convertedPicture(const Picture& picture) {
+  const auto format = static_cast<AVPixelFormat>(yuv_->format);
+  if (format != AV_PIX_FMT_YUV420P && format != AV_PIX_FMT_YUV422P10) return nullptr;
+  if (!writablePicture()) return nullptr;
+  AVFrame* out = yuv_.get();
+  if (format == AV_PIX_FMT_YUV420P) {
+    toYUV420(picture, {out->data[0], out->data[1], out->data[2], out->linesize[0], out->linesize[1]});
+  } else {
+    const auto plane = [&](int i) { return reinterpret_cast<std::uint16_t*>(out->data[i]); };
+    toYUV422Deep(picture, {plane(0), plane(1), plane(2), out->linesize[0] / 2, out->linesize[1] / 2});
+  }
+  return out;
+}
+
 Expected<void, std::string> MediaWriter::addPicture(const Picture& picture) {
   if (!videoEncoder_) return Unexpected{std::string("this file has no picture stream")};
+  if (picture.width == yuv_->width && picture.height == yuv_->height) {
+    if (AVFrame* frame = convertedPicture(picture)) return encodePicture(frame);
+  }
   const std::uint8_t* planes[4] = {picture.pixels.get(), nullptr, nullptr, nullptr};
   const int strides[4] = {static_cast<int>(picture.stride()), 0, 0, 0};
   const AVPixelFormat format = picture.order == PixelOrder::rgba ? AV_PIX_FMT_RGBA : AV_PIX_FMT_BGRA;

@@ -101,6 +101,9 @@ class MediaWriter {
   Expected<void, std::string> drain(AVCodecContext* encoder, AVStream* stream, AVPacket* packet);
   bool waitForPictures();
   bool isCancelled();
+  // Our own conversion of a picture of the output size; null for formats it does not write.
+  AVFrame* convertedPicture(const Picture& picture);
+  bool writablePicture();
   AVFrame* scaledPicture(const std::uint8_t* const planes[], const int strides[], int width, int height,
                          AVPixelFormat format, int colorSpace, int fullRange);
 
