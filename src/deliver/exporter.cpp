@@ -1,3 +1,5 @@
+#include <chrono>
+#include <cstdio>
 #include "deliver/exporter.h"
 
 #include <algorithm>
@@ -25,7 +27,7 @@ namespace fs = std::filesystem;
 
 constexpr std::int64_t kSoundChunk = Mixer::kRate;  // one second per append
 constexpr double kSoundLead = 1.0;                 // seconds the sound may run ahead of the picture
-constexpr std::size_t kFramesAhead = 3;            // drawn frames waiting for the encoder
+constexpr std::size_t kFramesAhead = 6;            // frames ready and waiting for the encoder
 
 Unexpected<ExportError> exportError(ExportError::Kind kind, std::string message = {}) {
   return Unexpected{ExportError{kind, std::move(message)}};
@@ -76,28 +78,28 @@ class Outcome {
   std::optional<std::string> failure_;
 };
 
-// Drawn frames on their way to the encoder: at most `capacity` wait.
+// Frames on their way to the encoder: at most `capacity` wait.
 class FrameQueue {
  public:
   explicit FrameQueue(std::size_t capacity) : capacity_(capacity) {}
   // False once the queue is closed.
-  bool push(Picture picture) {
+  bool push(ff::FramePtr frame) {
     std::unique_lock lock(lock_);
     changed_.wait(lock, [&] { return closed_ || frames_.size() < capacity_; });
     if (closed_) return false;
-    frames_.push_back(std::move(picture));
+    frames_.push_back(std::move(frame));
     changed_.notify_all();
     return true;
   }
-  // Nothing once the queue is closed and empty.
-  std::optional<Picture> pop() {
+  // Null once the queue is closed and empty.
+  ff::FramePtr pop() {
     std::unique_lock lock(lock_);
     changed_.wait(lock, [&] { return closed_ || !frames_.empty(); });
-    if (frames_.empty()) return std::nullopt;
-    Picture picture = std::move(frames_.front());
+    if (frames_.empty()) return nullptr;
+    ff::FramePtr frame = std::move(frames_.front());
     frames_.pop_front();
     changed_.notify_all();
-    return picture;
+    return frame;
   }
   void close() {
     std::lock_guard guard(lock_);
@@ -108,7 +110,7 @@ class FrameQueue {
  private:
   std::mutex lock_;
   std::condition_variable changed_;
-  std::deque<Picture> frames_;
+  std::deque<ff::FramePtr> frames_;
   std::size_t capacity_;
   bool closed_ = false;
 };
@@ -148,6 +150,7 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   }
   if (!preset.codec) return exportError(ExportError::Kind::cannotStart, "the preset has no picture codec");
 
+  auto T0=std::chrono::steady_clock::now(); auto LOG=[&](const char* w){fprintf(stderr,"%s %.2f\n",w,std::chrono::duration<double>(std::chrono::steady_clock::now()-T0).count());};
   ensureGuiEnvironment();  // titles and captions are laid out with Qt
   const auto [width, height] = preset.outputSize(static_cast<int>(seq.width), static_cast<int>(seq.height));
   BuildOptions options;
@@ -156,13 +159,16 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   options.burnCaptions = burnCaptions;
   const auto build = buildComposition(project, seq, options);
 
+  LOG("built");
   // The full mix goes through a temporary file, as the player's stems do.
   TemporaryFile mixFile{fs::temp_directory_path() / ("vael-brevelan-mix-" + Uuid::make().str() + ".caf")};
   {
     const std::vector<float> mix = mixer.renderMix(seq, 0, samples);
     if (!writeCAF(mix, mixFile.path)) return exportError(ExportError::Kind::failed, "could not write the sound mix");
   }
+  LOG("mixed");
   auto sound = decodeSound(mixFile.path);
+  LOG("decoded");
   if (!sound) return exportError(ExportError::Kind::failed, "could not write the sound mix");
 
   const VideoFormat videoFormat = exportVideoFormat(preset, seq.rate, width, height);
@@ -174,6 +180,7 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
                        unavailable ? codecUnavailableMessage(*preset.codec) : opened.error().message);
   }
   MediaWriter& writer = **opened;
+  LOG("opened");
   writer.paceSound(kSoundLead);
   Outcome outcome;
 
@@ -191,28 +198,41 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
       if (auto done = writer.finishSound(); !done) outcome.fail(done.error());
   });
 
-  // The picture pump: frames are drawn on a worker of their own (one
-  // frame-exact reader per source track keeps decoding forward) a few ahead
-  // of this thread, which converts and hands them to the encoder, whose own
-  // threads then compress while the next frames are drawn.
-  FrameQueue drawn(kFramesAhead);
+  // The picture pump: frames are drawn and turned into the encoder's format
+  // on a worker of their own (one frame-exact reader per source track keeps
+  // decoding forward), a few ahead of this thread, which only hands them to
+  // the encoder: its threads never wait for a picture. A movie frame shown
+  // untouched is not drawn at all.
+  FrameQueue ready(kFramesAhead);
   std::thread painter([&] {
     SourceFrames sources;
+    EncoderFrames toEncoder(width, height, writer.pictureFormat());
     for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
-      if (!drawn.push(FrameRenderer::output(*build, f, sources))) break;
+      ff::FramePtr next;
+      if (const AVFrame* decoded = FrameRenderer::passThrough(*build, f, sources))
+        next = toEncoder.fromDecoded(decoded);
+      else
+        next = toEncoder.fromPicture(FrameRenderer::output(*build, f, sources));
+      if (!next) {
+        outcome.fail("cannot convert a picture for the encoder");
+        break;
+      }
+      if (!ready.push(std::move(next))) break;
     }
-    drawn.close();
+    ready.close();
   });
   for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
-    std::optional<Picture> picture = drawn.pop();
-    if (!picture) break;
-    if (auto added = writer.addPicture(*picture); !added) {
+    const ff::FramePtr frame = ready.pop();
+    if (!frame) break;
+    const auto added = writer.addFrame(frame.get());
+    if (!added) {
       outcome.fail(added.error());
       break;
     }
     if (progress && !progress(static_cast<double>(f + 1) / static_cast<double>(frames))) outcome.cancel();
   }
-  drawn.close();  // a painter waiting to hand over a frame stops
+  LOG("pictures");
+  ready.close();  // a painter waiting to hand over a frame stops
   painter.join();
   if (!outcome.stopped())
     if (auto done = writer.finishPictures(); !done) outcome.fail(done.error());
@@ -229,6 +249,7 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
     removeQuietly(file);
     return exportError(ExportError::Kind::failed, *why);
   }
+  LOG("joined");
   if (auto finished = writer.finish(); !finished) {
     opened->reset();
     removeQuietly(file);

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "media/frame_converter.h"
-#include "media/rgb_to_yuv.h"
 
 extern "C" {
 #include <libavutil/display.h>
@@ -105,22 +104,6 @@ Expected<ff::CodecPtr, WriterError> openPictureEncoder(const VideoFormat& video,
   return context;
 }
 
-// A picture buffer in the encoder's format, tagged BT.709 on the frame too:
-// ProRes writes its frame header's colour tags from the frame.
-ff::FramePtr outputPicture(const AVCodecContext& encoder) {
-  ff::FramePtr frame = ff::makeFrame();
-  if (!frame) return nullptr;
-  frame->width = encoder.width;
-  frame->height = encoder.height;
-  frame->format = encoder.pix_fmt;
-  frame->color_primaries = AVCOL_PRI_BT709;
-  frame->color_trc = AVCOL_TRC_BT709;
-  frame->colorspace = AVCOL_SPC_BT709;
-  frame->color_range = AVCOL_RANGE_MPEG;
-  if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
-  return frame;
-}
-
 }  // namespace
 
 Expected<std::unique_ptr<MediaWriter>, std::string> MediaWriter::create(const std::filesystem::path& file,
@@ -166,8 +149,8 @@ Expected<std::unique_ptr<MediaWriter>, WriterError> MediaWriter::open(const std:
       // portrait footage.
       av_display_rotation_set(matrix, static_cast<double>(video->rotation));
     }
-    writer->yuv_ = outputPicture(*writer->videoEncoder_);
-    if (!writer->yuv_) return Unexpected{failed("out of memory")};
+    const AVCodecContext& context = *writer->videoEncoder_;
+    writer->frames_.emplace(context.width, context.height, context.pix_fmt);
   }
 
   if (sound) {
@@ -218,62 +201,22 @@ Expected<std::unique_ptr<MediaWriter>, WriterError> MediaWriter::open(const std:
 
 MediaWriter::~MediaWriter() = default;
 
-AVFrame* MediaWriter::scaledPicture(const std::uint8_t* const planes[], const int strides[], int width, int height,
-                                    AVPixelFormat format, int colorSpace, int fullRange) {
-  const int key[5] = {width, height, format, colorSpace, fullRange};
-  if (!scaler_ || !std::equal(key, key + 5, scalerKey_)) {
-    scaler_.reset(sws_getContext(width, height, format, yuv_->width, yuv_->height,
-                                 static_cast<AVPixelFormat>(yuv_->format), SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (!scaler_) return nullptr;
-    sws_setColorspaceDetails(scaler_.get(), sws_getCoefficients(colorSpace), fullRange,
-                             sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
-    std::copy(key, key + 5, scalerKey_);
-  }
-  if (!writablePicture()) return nullptr;
-  sws_scale(scaler_.get(), planes, strides, 0, height, yuv_->data, yuv_->linesize);
-  return yuv_.get();
-}
-
-bool MediaWriter::writablePicture() {
-  // A frame-threaded encoder may still hold the previous buffer: take a new
-  // one rather than copy a picture that is about to be overwritten.
-  return av_frame_is_writable(yuv_.get()) || (yuv_ = outputPicture(*videoEncoder_));
-}
-
-AVFrame* MediaWriter::convertedPicture(const Picture& picture) {
-  const auto format = static_cast<AVPixelFormat>(yuv_->format);
-  if (format != AV_PIX_FMT_YUV420P && format != AV_PIX_FMT_YUV422P10) return nullptr;
-  if (!writablePicture()) return nullptr;
-  AVFrame* out = yuv_.get();
-  if (format == AV_PIX_FMT_YUV420P) {
-    toYUV420(picture, {out->data[0], out->data[1], out->data[2], out->linesize[0], out->linesize[1]});
-  } else {
-    const auto plane = [&](int i) { return reinterpret_cast<std::uint16_t*>(out->data[i]); };
-    toYUV422Deep(picture, {plane(0), plane(1), plane(2), out->linesize[0] / 2, out->linesize[1] / 2});
-  }
-  return out;
-}
-
 Expected<void, std::string> MediaWriter::addPicture(const Picture& picture) {
   if (!videoEncoder_) return Unexpected{std::string("this file has no picture stream")};
-  if (picture.width == yuv_->width && picture.height == yuv_->height) {
-    if (AVFrame* frame = convertedPicture(picture)) return encodePicture(frame);
-  }
-  const std::uint8_t* planes[4] = {picture.pixels.get(), nullptr, nullptr, nullptr};
-  const int strides[4] = {static_cast<int>(picture.stride()), 0, 0, 0};
-  const AVPixelFormat format = picture.order == PixelOrder::rgba ? AV_PIX_FMT_RGBA : AV_PIX_FMT_BGRA;
-  AVFrame* frame = scaledPicture(planes, strides, picture.width, picture.height, format, SWS_CS_ITU709, 1);
+  const ff::FramePtr frame = frames_->fromPicture(picture);
   if (!frame) return Unexpected{std::string("cannot convert the picture")};
-  return encodePicture(frame);
+  return encodePicture(frame.get());
 }
 
 Expected<void, std::string> MediaWriter::addFrame(const AVFrame* source) {
   if (!videoEncoder_) return Unexpected{std::string("this file has no picture stream")};
-  AVFrame* frame = scaledPicture(source->data, source->linesize, source->width, source->height,
-                                 static_cast<AVPixelFormat>(source->format), swsColorSpace(source),
-                                 isFullRange(source) ? 1 : 0);
+  const ff::FramePtr frame = frames_->fromDecoded(source);
   if (!frame) return Unexpected{std::string("cannot convert the picture")};
-  return encodePicture(frame);
+  return encodePicture(frame.get());
+}
+
+AVPixelFormat MediaWriter::pictureFormat() const {
+  return videoEncoder_ ? videoEncoder_->pix_fmt : AV_PIX_FMT_NONE;
 }
 
 bool MediaWriter::isCancelled() {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "media/encoder_frames.h"
 #include "media/ffmpeg_ptr.h"
 #include "media/picture.h"
 #include "model/expected.h"
@@ -73,8 +74,11 @@ class MediaWriter {
 
   // The next picture, scaled to the output size when it differs.
   Expected<void, std::string> addPicture(const Picture& picture);
-  // The next picture from a decoded frame of any pixel format and size.
+  // The next picture from a decoded frame of any pixel format and size; a
+  // frame in the encoder's own format (see pictureFormat) is encoded as it is.
   Expected<void, std::string> addFrame(const AVFrame* frame);
+  // The pixel format pictures are encoded in (AV_PIX_FMT_NONE without pictures).
+  AVPixelFormat pictureFormat() const;
   Expected<void, std::string> addSound(const float* interleaved, std::int64_t frames);
 
   // Keeps the sound at most `seconds` ahead of the pictures: addSound waits
@@ -101,11 +105,6 @@ class MediaWriter {
   Expected<void, std::string> drain(AVCodecContext* encoder, AVStream* stream, AVPacket* packet);
   bool waitForPictures();
   bool isCancelled();
-  // Our own conversion of a picture of the output size; null for formats it does not write.
-  AVFrame* convertedPicture(const Picture& picture);
-  bool writablePicture();
-  AVFrame* scaledPicture(const std::uint8_t* const planes[], const int strides[], int width, int height,
-                         AVPixelFormat format, int colorSpace, int fullRange);
 
   std::filesystem::path file_;
   ff::OutputPtr output_;
@@ -115,9 +114,7 @@ class MediaWriter {
   AVStream* soundStream_ = nullptr;
 
   // Picture side: touched only by the picture feeder.
-  ff::FramePtr yuv_;
-  ff::ScalePtr scaler_;
-  int scalerKey_[5] = {-1, -1, -1, -1, -1};
+  std::optional<EncoderFrames> frames_;
   ff::PacketPtr videoPacket_;
   std::int64_t pictures_ = 0;
   bool picturesFinished_ = false;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "media/asset_cache.h"
+#include "media/frame_converter.h"
 #include "picture/color_grading.h"
 #include "picture/cube_cache.h"
 #include "picture/layer_geometry.h"
@@ -12,17 +13,39 @@
 #include "picture/title_renderer.h"
 #include "picture/transitions.h"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
 namespace brevelan {
 
-std::shared_ptr<const Picture> SourceFrames::frame(const LayerItem& item, std::int64_t f) {
+VideoReader* SourceFrames::reader(const LayerItem& item) {
   auto& reader = readers_[{item.trackID, item.video.file.string()}];
   if (!reader) {
     auto opened = VideoReader::open(item.video.file);
     if (!opened) return nullptr;
     reader = std::move(opened).value();
   }
-  auto picture = reader->picture(sourceFrame(item, f), PixelOrder::rgba);
+  return reader.get();
+}
+
+std::shared_ptr<const Picture> SourceFrames::frame(const LayerItem& item, std::int64_t f) {
+  VideoReader* source = reader(item);
+  if (!source) return nullptr;
+  auto picture = source->picture(sourceFrame(item, f), PixelOrder::rgba);
   return picture ? *picture : nullptr;
+}
+
+const AVFrame* SourceFrames::untouchedFrame(const LayerItem& item, std::int64_t f, int width, int height) {
+  VideoReader* source = reader(item);
+  if (!source || source->rotation() != 0) return nullptr;
+  const AVFrame* frame = source->decoded(sourceFrame(item, f));
+  if (!frame || frame->width != width || frame->height != height) return nullptr;
+  const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format));
+  const bool opaque = format && !(format->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
+  if (!opaque || swsColorSpace(frame) != SWS_CS_ITU709 || isFullRange(frame)) return nullptr;
+  return frame;
 }
 
 namespace FrameRenderer {
@@ -65,11 +88,17 @@ std::shared_ptr<const Picture> layerPicture(const LayerItem& item, std::int64_t 
 
 // Whether a picture drawn as it is would already be what the layer shows:
 // canvas-sized, placed without any move, fully opaque and ungraded.
-bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, int height) {
+// Whether a layer shows its picture as it is: unmoved, uncropped, opaque and
+// ungraded.
+bool shownAsIs(const LayerItem& item) {
   const Transform& t = *item.clip.transform;
-  return picture.width == width && picture.height == height && !hasCrop(t) && t.opacity >= 1 && t.scale == 1 &&
-         t.rotation == 0 && t.x == 0 && t.y == 0 && !t.flipH && t.kenBurns == KenBurns{} &&
-         (!item.clip.grade->enabled || isIdentity(*item.clip.grade));
+  return !hasCrop(t) && t.opacity >= 1 && t.scale == 1 && t.rotation == 0 && t.x == 0 && t.y == 0 && !t.flipH &&
+         t.kenBurns == KenBurns{} && (!item.clip.grade->enabled || isIdentity(*item.clip.grade));
+}
+
+// Whether a picture drawn as it is would already be what the layer shows.
+bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, int height) {
+  return picture.width == width && picture.height == height && shownAsIs(item);
 }
 
 }  // namespace
@@ -98,6 +127,32 @@ Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sour
   const BrevInstruction* instruction = build.instructionAt(f);
   static const std::vector<RenderEntry> nothing;
   return reframed(render(*build.plan, instruction ? instruction->entries : nothing, f, sources), *build.plan);
+}
+
+const AVFrame* passThrough(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
+  const RenderPlan& plan = *build.plan;
+  if (plan.canvasWidth != plan.outputWidth || plan.canvasHeight != plan.outputHeight) return nullptr;
+  if (plan.burnCaptions) {
+    const auto caption = std::find_if(plan.captions.begin(), plan.captions.end(),
+                                      [&](const Caption& c) { return c.start <= f && f < c.end; });
+    if (caption != plan.captions.end() && !caption->text.empty()) return nullptr;
+  }
+  const BrevInstruction* instruction = build.instructionAt(f);
+  if (!instruction) return nullptr;
+  const LayerItem* only = nullptr;
+  for (const RenderEntry& entry : instruction->entries) {
+    const auto* layer = std::get_if<LayerRef>(&entry);
+    if (!layer) {
+      const auto& t = std::get<TransitionEntry>(entry);
+      if (t.start <= f && f < t.end) return nullptr;
+      continue;
+    }
+    if (!(*layer)->clip.enabled || f < (*layer)->plainFrom || f >= (*layer)->plainTo) continue;
+    if (only) return nullptr;
+    only = layer->get();
+  }
+  if (!only || only->kind != LayerKind::video || !shownAsIs(*only)) return nullptr;
+  return sources.untouchedFrame(*only, f, plan.canvasWidth, plan.canvasHeight);
 }
 
 bool drawLayer(Picture& canvas, const LayerItem& item, std::int64_t f, SourceFrames& sources) {

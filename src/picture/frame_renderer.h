@@ -21,10 +21,16 @@ class SourceFrames {
  public:
   // Null when the file does not open or nothing decodes there.
   std::shared_ptr<const Picture> frame(const LayerItem& item, std::int64_t f);
+  // The decoded frame of the layer at f when it is already a finished
+  // picture as it stands: upright, exactly width × height, opaque, BT.709
+  // video range. Null otherwise. Valid until this source is read again.
+  const AVFrame* untouchedFrame(const LayerItem& item, std::int64_t f, int width, int height);
   // Readers opened so far (for tests: one per source track and file).
   std::size_t readers() const { return readers_.size(); }
 
  private:
+  VideoReader* reader(const LayerItem& item);
+
   std::map<std::pair<std::int32_t, std::string>, std::unique_ptr<VideoReader>> readers_;
 };
 
@@ -47,6 +53,10 @@ Picture reframed(Picture canvas, const RenderPlan& plan);
 // Frame f of a build as delivered: drawn and reframed; black outside the
 // build's instructions.
 Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sources);
+// When frame f of a build is one untouched movie frame filling the output
+// (nothing over it, no move, grade, fade or caption), that decoded frame, so
+// an export can encode it without drawing; null when it must be drawn.
+const AVFrame* passThrough(const CompositionBuild& build, std::int64_t f, SourceFrames& sources);
 
 }  // namespace FrameRenderer
 }  // namespace brevelan
