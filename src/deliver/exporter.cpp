@@ -1,5 +1,3 @@
-#include <chrono>
-#include <cstdio>
 #include "deliver/exporter.h"
 
 #include <algorithm>
@@ -150,7 +148,6 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   }
   if (!preset.codec) return exportError(ExportError::Kind::cannotStart, "the preset has no picture codec");
 
-  auto T0=std::chrono::steady_clock::now(); auto LOG=[&](const char* w){fprintf(stderr,"%s %.2f\n",w,std::chrono::duration<double>(std::chrono::steady_clock::now()-T0).count());};
   ensureGuiEnvironment();  // titles and captions are laid out with Qt
   const auto [width, height] = preset.outputSize(static_cast<int>(seq.width), static_cast<int>(seq.height));
   BuildOptions options;
@@ -158,18 +155,6 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   options.reframe = reframe;
   options.burnCaptions = burnCaptions;
   const auto build = buildComposition(project, seq, options);
-
-  LOG("built");
-  // The full mix goes through a temporary file, as the player's stems do.
-  TemporaryFile mixFile{fs::temp_directory_path() / ("vael-brevelan-mix-" + Uuid::make().str() + ".caf")};
-  {
-    const std::vector<float> mix = mixer.renderMix(seq, 0, samples);
-    if (!writeCAF(mix, mixFile.path)) return exportError(ExportError::Kind::failed, "could not write the sound mix");
-  }
-  LOG("mixed");
-  auto sound = decodeSound(mixFile.path);
-  LOG("decoded");
-  if (!sound) return exportError(ExportError::Kind::failed, "could not write the sound mix");
 
   const VideoFormat videoFormat = exportVideoFormat(preset, seq.rate, width, height);
   auto opened = MediaWriter::open(file, videoFormat, exportSoundFormat(preset), isProRes(*preset.codec) ? "mov" : "mp4");
@@ -180,11 +165,20 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
                        unavailable ? codecUnavailableMessage(*preset.codec) : opened.error().message);
   }
   MediaWriter& writer = **opened;
-  LOG("opened");
   writer.paceSound(kSoundLead);
   Outcome outcome;
 
+  // The full mix goes through a temporary file, as the player's stems do. It
+  // is made on the sound worker while the first pictures are drawn.
+  TemporaryFile mixFile{fs::temp_directory_path() / ("vael-brevelan-mix-" + Uuid::make().str() + ".caf")};
   std::thread soundPump([&] {
+    Expected<std::vector<float>, std::string> sound = Unexpected{std::string("could not write the sound mix")};
+    if (writeCAF(mixer.renderMix(seq, 0, samples), mixFile.path)) sound = decodeSound(mixFile.path);
+    if (!sound) {
+      outcome.fail("could not write the sound mix");
+      writer.cancel();  // the picture feeder stops at its next frame
+      return;
+    }
     const std::vector<float>& mix = *sound;
     const auto total = static_cast<std::int64_t>(mix.size() / 2);
     for (std::int64_t at = 0; at < total && !outcome.stopped(); at += kSoundChunk) {
@@ -231,7 +225,6 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
     }
     if (progress && !progress(static_cast<double>(f + 1) / static_cast<double>(frames))) outcome.cancel();
   }
-  LOG("pictures");
   ready.close();  // a painter waiting to hand over a frame stops
   painter.join();
   if (!outcome.stopped())
@@ -249,7 +242,6 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
     removeQuietly(file);
     return exportError(ExportError::Kind::failed, *why);
   }
-  LOG("joined");
   if (auto finished = writer.finish(); !finished) {
     opened->reset();
     removeQuietly(file);
