@@ -55,6 +55,7 @@ void FrameConverter::convert(const AVFrame* frame, Picture& out) {
   const int strides[1] = {static_cast<int>(out.stride())};
   sws_scale(scaler_.get(), frame->data, frame->linesize, 0, frame->height, planes, strides);
   const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format));
+  out.opaque = desc && !(desc->flags & AV_PIX_FMT_FLAG_ALPHA);
   if (desc && (desc->flags & AV_PIX_FMT_FLAG_ALPHA)) premultiply(out);
 }
 

@@ -91,6 +91,7 @@ Picture oriented(const Picture& source, int exifOrientation) {
   const int h = source.height;
   const bool swaps = exifOrientation >= 5 && exifOrientation <= 8;
   Picture out(swaps ? h : w, swaps ? w : h, source.order);
+  out.opaque = source.opaque;
   if (exifOrientation < 2 || exifOrientation > 8) {
     std::memcpy(out.pixels.get(), source.pixels.get(), source.bytes());
     return out;
@@ -118,6 +119,7 @@ Picture oriented(const Picture& source, int exifOrientation) {
 
 Picture reordered(const Picture& source, PixelOrder order) {
   Picture out(source.width, source.height, order);
+  out.opaque = source.opaque;
   std::memcpy(out.pixels.get(), source.pixels.get(), source.bytes());
   if (order != source.order) {
     std::uint8_t* p = out.pixels.get();

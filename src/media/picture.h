@@ -32,6 +32,9 @@ struct Picture {
   int height = 0;
   PixelOrder order = PixelOrder::rgba;
   PixelBuffer pixels;
+  // Every alpha is known to be 255 (a movie frame without an alpha channel),
+  // so drawing may copy instead of blend without looking. False when unknown.
+  bool opaque = false;
 
   Picture() = default;
   Picture(int w, int h, PixelOrder o) : width(w), height(h), order(o), pixels(allocatePixels(bytes() + kSlack)) {}

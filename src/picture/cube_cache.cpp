@@ -135,10 +135,11 @@ struct VectorLookup {
 };
 #endif
 
-// Walks the picture; lookup maps straight (r, g, b) to packed (r, g, b, 0),
-// and may offer pair() to do two opaque pixels at once.
+// Walks the pixels of `from`, writing to `to` (which may be `from`); lookup
+// maps straight (r, g, b) to packed (r, g, b, 0), and may offer pair() to do
+// two opaque pixels at once.
 template <bool bgra, class Lookup>
-void gradePixels(Picture& picture, const Lookup& lookup) {
+void gradePixels(const Picture& from, Picture& to, const Lookup& lookup) {
   const Tables& t = tables();
   constexpr int rAt = bgra ? 2 : 0, bAt = bgra ? 0 : 2;
   const auto place = [](auto rgb) -> decltype(rgb) {
@@ -157,16 +158,20 @@ void gradePixels(Picture& picture, const Lookup& lookup) {
            static_cast<std::uint32_t>(premultiplied(static_cast<int>((rgb >> 16) & 0xFF), a)) << 16 |
            static_cast<std::uint32_t>(a) << 24;
   };
-  const auto gradeOne = [&](std::uint8_t* p) {
+  const auto gradeOne = [&](const std::uint8_t* p, std::uint8_t* q) {
     const int a = p[3];
-    if (a == 0) return;  // premultiplied: nothing to colour
+    if (a == 0) {  // premultiplied: nothing to colour
+      std::memmove(q, p, 4);
+      return;
+    }
     const std::uint8_t* straight = t.unpremultiplied.data() + a * 256;  // row 255 changes nothing
     const std::uint32_t out = withAlpha(place(lookup(straight[p[rAt]], straight[p[1]], straight[p[bAt]])), a);
-    std::memcpy(p, &out, 4);
+    std::memcpy(q, &out, 4);
   };
 
-  std::uint8_t* p = picture.pixels.get();
-  const std::size_t count = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
+  const std::uint8_t* p = from.pixels.get();
+  std::uint8_t* q = to.pixels.get();
+  const std::size_t count = static_cast<std::size_t>(from.width) * static_cast<std::size_t>(from.height);
   // Runs of one colour (flat backgrounds, titles, letterboxing) reuse the
   // last result instead of looking up again.
   bool haveLast = false;
@@ -174,16 +179,16 @@ void gradePixels(Picture& picture, const Lookup& lookup) {
     constexpr std::uint64_t opaque = 0xFF000000FF000000ull;
     std::uint64_t lastIn = 0, lastOut = 0;
     std::size_t i = 0;
-    for (; i + 2 <= count; i += 2, p += 8) {
+    for (; i + 2 <= count; i += 2, p += 8, q += 8) {
       std::uint64_t in;
       std::memcpy(&in, p, 8);
       if (haveLast && in == lastIn) {
-        std::memcpy(p, &lastOut, 8);
+        std::memcpy(q, &lastOut, 8);
         continue;
       }
       if ((in & opaque) == opaque) {
         const std::uint64_t out = place(lookup.pair(p[rAt], p[1], p[bAt], p[4 + rAt], p[5], p[4 + bAt])) | opaque;
-        std::memcpy(p, &out, 8);
+        std::memcpy(q, &out, 8);
       } else if (p[3] != 0 && p[7] != 0) {
         const std::uint8_t* s0 = t.unpremultiplied.data() + p[3] * 256;
         const std::uint8_t* s1 = t.unpremultiplied.data() + p[7] * 256;
@@ -191,40 +196,40 @@ void gradePixels(Picture& picture, const Lookup& lookup) {
             place(lookup.pair(s0[p[rAt]], s0[p[1]], s0[p[bAt]], s1[p[4 + rAt]], s1[p[5]], s1[p[4 + bAt]]));
         const std::uint32_t out[2] = {withAlpha(static_cast<std::uint32_t>(rgb), p[3]),
                                       withAlpha(static_cast<std::uint32_t>(rgb >> 32), p[7])};
-        std::memcpy(p, out, 8);
+        std::memcpy(q, out, 8);
       } else {
-        gradeOne(p);
-        gradeOne(p + 4);
+        gradeOne(p, q);
+        gradeOne(p + 4, q + 4);
       }
       lastIn = in;
-      std::memcpy(&lastOut, p, 8);
+      std::memcpy(&lastOut, q, 8);
       haveLast = true;
     }
-    if (i < count) gradeOne(p);
+    if (i < count) gradeOne(p, q);
   } else {
     std::uint32_t lastIn = 0, lastOut = 0;
-    for (std::size_t i = 0; i < count; ++i, p += 4) {
+    for (std::size_t i = 0; i < count; ++i, p += 4, q += 4) {
       std::uint32_t in;
       std::memcpy(&in, p, 4);
       if (haveLast && in == lastIn) {
-        std::memcpy(p, &lastOut, 4);
+        std::memcpy(q, &lastOut, 4);
         continue;
       }
-      gradeOne(p);
+      gradeOne(p, q);
       lastIn = in;
-      std::memcpy(&lastOut, p, 4);
+      std::memcpy(&lastOut, q, 4);
       haveLast = true;
     }
   }
 }
 
 template <class Lookup>
-void gradePicture(Picture& picture, const Lookup& lookup) {
-  if (picture.empty() || !picture.pixels) return;
-  if (picture.order == PixelOrder::bgra)
-    gradePixels<true>(picture, lookup);
+void gradePicture(const Picture& from, Picture& to, const Lookup& lookup) {
+  if (from.empty() || !from.pixels || !to.pixels) return;
+  if (from.order == PixelOrder::bgra)
+    gradePixels<true>(from, to, lookup);
   else
-    gradePixels<false>(picture, lookup);
+    gradePixels<false>(from, to, lookup);
 }
 
 std::uint64_t hashOf(std::span<const float> data) {
@@ -278,14 +283,15 @@ ColorCube::ColorCube(std::span<const float> data) : cells_(static_cast<std::size
 }
 
 void ColorCube::applyPortable(Picture& picture) const {
-  gradePicture(picture, PortableLookup{cells_.data(), tables()});
+  gradePicture(picture, picture, PortableLookup{cells_.data(), tables()});
 }
 
-void ColorCube::apply(Picture& picture) const {
+void ColorCube::apply(const Picture& from, Picture& to) const {
+  if (from.width != to.width || from.height != to.height || from.order != to.order) return;
 #if defined(__SSE2__)
-  gradePicture(picture, VectorLookup{cells_.data(), tables()});
+  gradePicture(from, to, VectorLookup{cells_.data(), tables()});
 #else
-  applyPortable(picture);
+  gradePicture(from, to, PortableLookup{cells_.data(), tables()});
 #endif
 }
 
@@ -343,9 +349,14 @@ std::shared_ptr<const ColorCube> CubeCache::cube(const ColorGrade& grade) {
   return made;
 }
 
-void CubeCache::apply(const ColorGrade& grade, Picture& picture) {
-  if (isIdentity(grade) || picture.empty()) return;
-  if (const auto prepared = cube(grade)) prepared->apply(picture);
+void CubeCache::apply(const ColorGrade& grade, Picture& picture) { apply(grade, picture, picture); }
+
+bool CubeCache::apply(const ColorGrade& grade, const Picture& from, Picture& to) {
+  if (isIdentity(grade) || from.empty()) return false;
+  const auto prepared = cube(grade);
+  if (!prepared) return false;
+  prepared->apply(from, to);
+  return true;
 }
 
 }  // namespace brevelan

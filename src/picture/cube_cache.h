@@ -24,7 +24,10 @@ class ColorCube {
   // Grades a premultiplied picture in place: opaque pixels go straight
   // through the cube, translucent ones are un-premultiplied around it and
   // fully transparent ones are left alone.
-  void apply(Picture& picture) const;
+  void apply(Picture& picture) const { apply(picture, picture); }
+  // The graded pixels of `from` written to `to`, a picture of the same size
+  // and order (or `from` itself).
+  void apply(const Picture& from, Picture& to) const;
   // The same results without vector instructions (what non-x86 builds use).
   void applyPortable(Picture& picture) const;
 
@@ -46,6 +49,9 @@ class CubeCache {
   std::shared_ptr<const ColorCube> cube(const ColorGrade& grade);
   // Grades the picture; an identity grade leaves it untouched.
   void apply(const ColorGrade& grade, Picture& picture);
+  // Writes the graded `from` to `to` (same size and order); false, with `to`
+  // untouched, for an identity grade or one that cannot be baked.
+  bool apply(const ColorGrade& grade, const Picture& from, Picture& to);
 
  private:
   struct ByBytes {

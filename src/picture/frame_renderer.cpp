@@ -88,13 +88,48 @@ std::shared_ptr<const Picture> layerPicture(const LayerItem& item, std::int64_t 
 
 // Whether a picture drawn as it is would already be what the layer shows:
 // canvas-sized, placed without any move, fully opaque and ungraded.
-// Whether a layer shows its picture as it is: unmoved, uncropped, opaque and
-// ungraded.
-bool shownAsIs(const LayerItem& item) {
+// Whether a layer places its picture as it is: unmoved, uncropped, at full opacity.
+bool placedAsIs(const LayerItem& item) {
   const Transform& t = *item.clip.transform;
   return !hasCrop(t) && t.opacity >= 1 && t.scale == 1 && t.rotation == 0 && t.x == 0 && t.y == 0 && !t.flipH &&
-         t.kenBurns == KenBurns{} && (!item.clip.grade->enabled || isIdentity(*item.clip.grade));
+         t.kenBurns == KenBurns{};
 }
+
+bool graded(const LayerItem& item) { return item.clip.grade->enabled && !isIdentity(*item.clip.grade); }
+
+// Whether a layer shows its picture as it is: placed as it is and ungraded.
+bool shownAsIs(const LayerItem& item) { return placedAsIs(item) && !graded(item); }
+
+bool activeAt(const RenderEntry& entry, std::int64_t f) {
+  if (const auto* layer = std::get_if<LayerRef>(&entry)) return (*layer)->plainFrom <= f && f < (*layer)->plainTo;
+  const auto& t = std::get<TransitionEntry>(entry);
+  return t.start <= f && f < t.end;
+}
+
+// When the bottom entry drawn at f is a movie frame that covers the whole
+// canvas opaquely and unmoved, the canvas starts as that frame, copied or
+// graded straight in: the same pixels as drawing it over black, without the
+// fill and the blend. Returns how many entries that took care of (0: none).
+std::size_t startWithBottomLayer(Picture& canvas, const std::vector<RenderEntry>& entries, std::int64_t f,
+                                 SourceFrames& sources) {
+  const auto bottom = std::find_if(entries.begin(), entries.end(), [&](const RenderEntry& e) { return activeAt(e, f); });
+  if (bottom == entries.end()) return 0;
+  const auto* layer = std::get_if<LayerRef>(&*bottom);
+  if (!layer) return 0;
+  const LayerItem& item = **layer;
+  if (item.kind != LayerKind::video || !item.clip.enabled || !placedAsIs(item)) return 0;
+  const std::shared_ptr<const Picture> source = sources.frame(item, f);
+  if (!source || !source->opaque || source->width != canvas.width || source->height != canvas.height ||
+      source->order != canvas.order)
+    return 0;
+  if (!graded(item) || !CubeCache::shared().apply(*item.clip.grade, *source, canvas))
+    std::memcpy(canvas.pixels.get(), source->pixels.get(), source->bytes());
+  canvas.opaque = true;
+  return static_cast<std::size_t>(bottom - entries.begin()) + 1;
+}
+
+void drawEntriesFrom(Picture& canvas, const std::vector<RenderEntry>& entries, std::size_t first, std::int64_t f,
+                     SourceFrames& sources);
 
 // Whether a picture drawn as it is would already be what the layer shows.
 bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, int height) {
@@ -104,7 +139,15 @@ bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, 
 }  // namespace
 
 void drawEntries(Picture& canvas, const std::vector<RenderEntry>& entries, std::int64_t f, SourceFrames& sources) {
-  for (const RenderEntry& entry : entries) {
+  drawEntriesFrom(canvas, entries, 0, f, sources);
+}
+
+namespace {
+
+void drawEntriesFrom(Picture& canvas, const std::vector<RenderEntry>& entries, std::size_t first, std::int64_t f,
+                     SourceFrames& sources) {
+  for (std::size_t i = first; i < entries.size(); ++i) {
+    const RenderEntry& entry = entries[i];
     if (const auto* layer = std::get_if<LayerRef>(&entry)) {
       if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(canvas, **layer, f, sources);
       continue;
@@ -122,6 +165,8 @@ void drawEntries(Picture& canvas, const std::vector<RenderEntry>& entries, std::
     sourceOver(canvas, blend);
   }
 }
+
+}  // namespace
 
 Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
   const BrevInstruction* instruction = build.instructionAt(f);
@@ -195,8 +240,9 @@ Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, 
                SourceFrames& sources) {
   const int width = plan.canvasWidth, height = plan.canvasHeight;
   Picture canvas(width, height, PixelOrder::rgba);
-  fill(canvas, RGBA::black());
-  drawEntries(canvas, entries, f, sources);
+  const std::size_t drawn = startWithBottomLayer(canvas, entries, f, sources);
+  if (drawn == 0) fill(canvas, RGBA::black());
+  drawEntriesFrom(canvas, entries, drawn, f, sources);
   if (plan.burnCaptions) {
     for (const Caption& caption : plan.captions) {
       if (caption.start <= f && f < caption.end) {

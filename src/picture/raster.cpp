@@ -69,11 +69,26 @@ KERNEL void blendPixels(Byte* __restrict d, const Byte* __restrict s, int n) {
   }
 }
 
+KERNEL bool allClear(const Byte* s, int n) {
+  unsigned any = 0;
+  for (int i = 0; i < 4 * n; ++i) any |= s[i];
+  return any == 0;
+}
+
+// Source-over of n pixels, a run at a time: clear runs (a title's
+// surroundings) leave the destination as it is and opaque runs are copied.
 void blendSpan(Byte* __restrict d, const Byte* __restrict s, int n) {
-  if (allOpaque(s, n))
-    std::memcpy(d, s, static_cast<std::size_t>(n) * 4);
-  else
-    blendPixels(d, s, n);
+  constexpr int kRun = 128;
+  for (int at = 0; at < n; at += kRun) {
+    const int m = std::min(kRun, n - at);
+    const Byte* from = s + 4 * at;
+    Byte* to = d + 4 * at;
+    if (allClear(from, m)) continue;
+    if (allOpaque(from, m))
+      std::memcpy(to, from, static_cast<std::size_t>(m) * 4);
+    else
+      blendPixels(to, from, m);
+  }
 }
 
 // out = in × k / 65536, rounded, over `count` bytes (k ≤ 65536); out may be in.
