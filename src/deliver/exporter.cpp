@@ -8,6 +8,7 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <sys/resource.h>
 
 #include "deliver/audio_export.h"
 #include "media/audio_reader.h"
@@ -35,6 +36,12 @@ void removeQuietly(const fs::path& file) {
   std::error_code ignored;
   fs::remove(file, ignored);
 }
+
+// Lowers the calling thread's priority (Linux keeps one per thread). The
+// encoder is the slowest stage, so the threads that feed it should take the
+// cores only when its own threads leave them idle; a small queue of ready
+// frames covers the moments they fall behind.
+void yieldToEncoder() { setpriority(PRIO_PROCESS, 0, 10); }
 
 // Removes the temporary mix however the export ends.
 struct TemporaryFile {
@@ -172,6 +179,7 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   // is made on the sound worker while the first pictures are drawn.
   TemporaryFile mixFile{fs::temp_directory_path() / ("vael-brevelan-mix-" + Uuid::make().str() + ".caf")};
   std::thread soundPump([&] {
+    yieldToEncoder();
     Expected<std::vector<float>, std::string> sound = Unexpected{std::string("could not write the sound mix")};
     if (writeCAF(mixer.renderMix(seq, 0, samples), mixFile.path)) sound = decodeSound(mixFile.path);
     if (!sound) {
@@ -199,7 +207,8 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   // untouched is not drawn at all.
   FrameQueue ready(kFramesAhead);
   std::thread painter([&] {
-    SourceFrames sources;
+    yieldToEncoder();
+    SourceFrames sources(false);
     EncoderFrames toEncoder(width, height, writer.pictureFormat());
     for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
       ff::FramePtr next;

@@ -89,11 +89,9 @@ Expected<ff::CodecPtr, WriterError> openPictureEncoder(const VideoFormat& video,
     // start playing, which players seeking in an MP4 expect of a sync sample.
     if (video.codec == VideoFormat::Codec::hevc) av_dict_set(&options, "x265-params", "log-level=error:open-gop=0", 0);
     if (video.bitRate > 0) {
-      // Average bit rate, with a buffer of two seconds that lets a hard
-      // passage peak at half as much again without starving the next one.
+      // One-pass average bit rate, as delivery presets quote it. No VBV cap:
+      // it costs x264 a twentieth more time and nothing here streams the file.
       encoder->bit_rate = video.bitRate;
-      encoder->rc_max_rate = video.bitRate + video.bitRate / 2;
-      encoder->rc_buffer_size = static_cast<int>(std::min<std::int64_t>(2 * video.bitRate, INT32_MAX));
     } else {
       av_dict_set(&options, "crf", std::to_string(video.quality).c_str(), 0);
     }

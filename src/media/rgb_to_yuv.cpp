@@ -3,22 +3,24 @@
 #include <algorithm>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace brevelan {
 namespace {
 
-// Compiled for AVX2 and for the baseline on x86-64; the loader picks one.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define KERNEL __attribute__((target_clones("avx2", "default")))
-#else
-#define KERNEL
-#endif
+// BT.709 from full-range R′G′B′ to video range, in 15 fraction bits so that
+// the factors fit the 16-bit lanes of a multiply-add: luma spans 219 of 255
+// steps and chroma 224. Each chroma row sums to zero, so grey has no colour.
+constexpr int kYR = 5983, kYG = 20127, kYB = 2032;
+constexpr int kBR = -3298, kBG = -11094, kBB = 14392;
+constexpr int kRR = 14392, kRG = -13072, kRB = -1320;
 
-// BT.709 from full-range R′G′B′ to video range, in 16 fraction bits: luma
-// spans 219 of 255 steps and chroma 224. Each chroma row sums to zero, so
-// grey has no colour.
-constexpr int kYR = 11966, kYG = 40254, kYB = 4064;
-constexpr int kBR = -6595, kBG = -22189, kBB = 28784;
-constexpr int kRR = 28784, kRG = -26145, kRB = -2639;
+// Luma is one pixel in 15 fraction bits; chroma the sum of four in 17.
+// `bits` widens the result (0 for 8-bit samples, 2 for 10-bit).
+inline int lumaOffset(int bits) { return (16 << 15 << bits) + (1 << 14); }
+inline int chromaOffset(int bits) { return (128 << 17 << bits) + (1 << 16); }
 
 // Channel offsets of red and blue in a pixel (green is always 1).
 struct Order {
@@ -26,32 +28,132 @@ struct Order {
 };
 Order orderOf(PixelOrder order) { return order == PixelOrder::rgba ? Order{0, 2} : Order{2, 0}; }
 
-// Luma of one row, scaled by 2^bits (0 for 8-bit samples, 2 for 10-bit).
 template <typename Sample>
-KERNEL void lumaRow(const std::uint8_t* __restrict p, Sample* __restrict y, int width, int r, int b, int bits) {
-  const int offset = (16 << 16 << bits) + (1 << 15);
-  for (int x = 0; x < width; ++x) {
-    const int v = kYR * p[4 * x + r] + kYG * p[4 * x + 1] + kYB * p[4 * x + b];
-    y[x] = static_cast<Sample>(((v << bits) + offset) >> 16);
+void lumaScalar(const std::uint8_t* p, Sample* y, int from, int to, Order o, int bits) {
+  const int offset = lumaOffset(bits);
+  for (int x = from; x < to; ++x) {
+    const int v = kYR * p[4 * x + o.r] + kYG * p[4 * x + 1] + kYB * p[4 * x + o.b];
+    y[x] = static_cast<Sample>(((v << bits) + offset) >> 15);
   }
 }
 
-// Chroma of `count` horizontal pairs from one or two rows (`below` may equal
-// `above`): sums of four pixels per sample, so 18 fraction bits.
+// Chroma samples from..to of two rows (`below` may equal `above`), each from
+// a horizontal pair of pixels in both.
 template <typename Sample>
-KERNEL void chromaRow(const std::uint8_t* __restrict above, const std::uint8_t* __restrict below,
-                      Sample* __restrict cb, Sample* __restrict cr, int count, int r, int b, int bits) {
-  const int offset = (128 << 18 << bits) + (1 << 17);
-  for (int x = 0; x < count; ++x) {
+void chromaScalar(const std::uint8_t* above, const std::uint8_t* below, Sample* cb, Sample* cr, int from, int to,
+                  Order o, int bits) {
+  const int offset = chromaOffset(bits);
+  for (int x = from; x < to; ++x) {
     const std::uint8_t* a = above + 8 * x;
     const std::uint8_t* c = below + 8 * x;
-    const int sr = a[r] + a[4 + r] + c[r] + c[4 + r];
+    const int sr = a[o.r] + a[4 + o.r] + c[o.r] + c[4 + o.r];
     const int sg = a[1] + a[5] + c[1] + c[5];
-    const int sb = a[b] + a[4 + b] + c[b] + c[4 + b];
-    cb[x] = static_cast<Sample>((((kBR * sr + kBG * sg + kBB * sb) << bits) + offset) >> 18);
-    cr[x] = static_cast<Sample>((((kRR * sr + kRG * sg + kRB * sb) << bits) + offset) >> 18);
+    const int sb = a[o.b] + a[4 + o.b] + c[o.b] + c[4 + o.b];
+    cb[x] = static_cast<Sample>((((kBR * sr + kBG * sg + kBB * sb) << bits) + offset) >> 17);
+    cr[x] = static_cast<Sample>((((kRR * sr + kRG * sg + kRB * sb) << bits) + offset) >> 17);
   }
 }
+
+#if defined(__SSE2__)
+// Factors for the multiply-add of one pixel's 16-bit channels, in the
+// pixel's own channel order, alpha weighted 0.
+__m128i factors(int r, int g, int b, Order o) {
+  alignas(16) std::int16_t f[8] = {};
+  for (int i = 0; i < 2; ++i) {
+    f[4 * i + o.r] = static_cast<std::int16_t>(r);
+    f[4 * i + 1] = static_cast<std::int16_t>(g);
+    f[4 * i + o.b] = static_cast<std::int16_t>(b);
+  }
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(f));
+}
+
+// Weighted sums of four pixels held as 16-bit channels, two per register:
+// the multiply-add leaves two partial sums per pixel, added here.
+inline __m128i weighted(__m128i first, __m128i second, __m128i k) {
+  const __m128 a = _mm_castsi128_ps(_mm_madd_epi16(first, k));
+  const __m128 b = _mm_castsi128_ps(_mm_madd_epi16(second, k));
+  return _mm_add_epi32(_mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0))),
+                       _mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1))));
+}
+
+inline __m128i load(const std::uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
+// Eight sums of 32 bits, widened by `bits`, rounded down to `shift`
+// fewer fraction bits and narrowed to 16 bits.
+inline __m128i narrow(__m128i low, __m128i high, int bits, __m128i offset, int shift) {
+  const auto one = [&](__m128i v) {
+    return _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(v, bits), offset), shift);
+  };
+  return _mm_packs_epi32(one(low), one(high));
+}
+
+template <typename Sample>
+void lumaRow(const std::uint8_t* p, Sample* y, int width, Order o, int bits) {
+  const __m128i k = factors(kYR, kYG, kYB, o);
+  const __m128i offset = _mm_set1_epi32(lumaOffset(bits));
+  const __m128i zero = _mm_setzero_si128();
+  int x = 0;
+  for (; x + 8 <= width; x += 8) {
+    const __m128i p0 = load(p + 4 * x), p1 = load(p + 4 * x + 16);
+    const __m128i low = weighted(_mm_unpacklo_epi8(p0, zero), _mm_unpackhi_epi8(p0, zero), k);
+    const __m128i high = weighted(_mm_unpacklo_epi8(p1, zero), _mm_unpackhi_epi8(p1, zero), k);
+    const __m128i v = narrow(low, high, bits, offset, 15);
+    if constexpr (sizeof(Sample) == 1)
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(y + x), _mm_packus_epi16(v, v));
+    else
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(y + x), v);
+  }
+  lumaScalar(p, y, x, width, o, bits);
+}
+
+template <typename Sample>
+void chromaRow(const std::uint8_t* above, const std::uint8_t* below, Sample* cb, Sample* cr, int count, Order o,
+               int bits) {
+  const __m128i kb = factors(kBR, kBG, kBB, o);
+  const __m128i kr = factors(kRR, kRG, kRB, o);
+  const __m128i offset = _mm_set1_epi32(chromaOffset(bits));
+  const __m128i zero = _mm_setzero_si128();
+  // Two pixels' 16-bit channels, summed over both rows, then over the pair
+  // (the pair's sum lands in both halves of the register).
+  const auto pairSum = [&](__m128i a, __m128i c) {
+    const __m128i s = _mm_add_epi16(a, c);
+    return _mm_add_epi16(s, _mm_shuffle_epi32(s, _MM_SHUFFLE(1, 0, 3, 2)));
+  };
+  int x = 0;
+  for (; x + 8 <= count; x += 8) {
+    __m128i sums[8];
+    for (int half = 0; half < 4; ++half) {
+      const __m128i a = load(above + 8 * x + 16 * half), c = load(below + 8 * x + 16 * half);
+      sums[2 * half] = pairSum(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(c, zero));
+      sums[2 * half + 1] = pairSum(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(c, zero));
+    }
+    // Blocks two to a register, for four results per multiply-add pair.
+    const __m128i b01 = _mm_unpacklo_epi64(sums[0], sums[1]), b23 = _mm_unpacklo_epi64(sums[2], sums[3]);
+    const __m128i b45 = _mm_unpacklo_epi64(sums[4], sums[5]), b67 = _mm_unpacklo_epi64(sums[6], sums[7]);
+    const __m128i u = narrow(weighted(b01, b23, kb), weighted(b45, b67, kb), bits, offset, 17);
+    const __m128i v = narrow(weighted(b01, b23, kr), weighted(b45, b67, kr), bits, offset, 17);
+    if constexpr (sizeof(Sample) == 1) {
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(cb + x), _mm_packus_epi16(u, u));
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(cr + x), _mm_packus_epi16(v, v));
+    } else {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(cb + x), u);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(cr + x), v);
+    }
+  }
+  chromaScalar(above, below, cb, cr, x, count, o, bits);
+}
+#else
+template <typename Sample>
+void lumaRow(const std::uint8_t* p, Sample* y, int width, Order o, int bits) {
+  lumaScalar(p, y, 0, width, o, bits);
+}
+
+template <typename Sample>
+void chromaRow(const std::uint8_t* above, const std::uint8_t* below, Sample* cb, Sample* cr, int count, Order o,
+               int bits) {
+  chromaScalar(above, below, cb, cr, 0, count, o, bits);
+}
+#endif
 
 // A row with its last pixel repeated once more, for chroma of an odd width.
 const std::uint8_t* evenRow(const std::uint8_t* row, int width, std::uint8_t* scratch) {
@@ -60,6 +162,8 @@ const std::uint8_t* evenRow(const std::uint8_t* row, int width, std::uint8_t* sc
   return scratch;
 }
 
+// Row by row, luma and then the chroma of the same rows while they are
+// still in the cache.
 template <typename Sample>
 void convert(const Picture& picture, const YUVPlanes<Sample>& out, int chromaRows, int bits) {
   const int width = picture.width, height = picture.height;
@@ -72,7 +176,7 @@ void convert(const Picture& picture, const YUVPlanes<Sample>& out, int chromaRow
     const int top = cy * chromaRows;
     const int bottom = std::min(top + chromaRows - 1, height - 1);
     for (int y = top; y <= bottom; ++y)
-      lumaRow(picture.row(y), out.y + static_cast<std::ptrdiff_t>(y) * out.yStride, width, o.r, o.b, bits);
+      lumaRow(picture.row(y), out.y + static_cast<std::ptrdiff_t>(y) * out.yStride, width, o, bits);
     const std::uint8_t* above = picture.row(top);
     const std::uint8_t* below = picture.row(bottom);
     if (odd) {
@@ -80,7 +184,7 @@ void convert(const Picture& picture, const YUVPlanes<Sample>& out, int chromaRow
       below = evenRow(below, width, scratchB.data());
     }
     const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(cy) * out.cStride;
-    chromaRow(above, below, out.cb + at, out.cr + at, pairs, o.r, o.b, bits);
+    chromaRow(above, below, out.cb + at, out.cr + at, pairs, o, bits);
   }
 }
 

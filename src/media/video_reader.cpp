@@ -36,7 +36,7 @@ int findPictureStream(const AVFormatContext* input) {
   return -1;
 }
 
-Expected<std::unique_ptr<VideoReader>, std::string> VideoReader::open(const std::filesystem::path& file) {
+Expected<std::unique_ptr<VideoReader>, std::string> VideoReader::open(const std::filesystem::path& file, bool threads) {
   std::unique_ptr<VideoReader> reader(new VideoReader());
   std::string why;
   reader->input_ = ff::openInput(file.string(), &why);
@@ -47,7 +47,7 @@ Expected<std::unique_ptr<VideoReader>, std::string> VideoReader::open(const std:
   // Only the chosen stream's packets are wanted; the demuxer drops the rest.
   for (unsigned i = 0; i < reader->input_->nb_streams; ++i)
     if (static_cast<int>(i) != reader->streamIndex_) reader->input_->streams[i]->discard = AVDISCARD_ALL;
-  reader->decoder_ = ff::openDecoder(stream, true);
+  reader->decoder_ = ff::openDecoder(stream, threads);
   if (!reader->decoder_) return Unexpected{file.string() + ": no decoder for its picture stream"};
   reader->packet_ = ff::makePacket();
   reader->current_ = ff::makeFrame();

@@ -19,7 +19,11 @@ namespace brevelan {
 // forward, stepping) keeps decoding without a seek. One thread at a time.
 class VideoReader {
  public:
-  static Expected<std::unique_ptr<VideoReader>, std::string> open(const std::filesystem::path& file);
+  // `threads`: decode on several threads, for the lowest wait per frame
+  // (playing, stepping). One thread costs less work per frame in all, which
+  // suits an export whose encoder already keeps every core busy.
+  static Expected<std::unique_ptr<VideoReader>, std::string> open(const std::filesystem::path& file,
+                                                                  bool threads = true);
 
   // Upright size: the stored size turned by the stream's rotation tag.
   int width() const { return rotation_ % 180 == 0 ? storedWidth() : storedHeight(); }

@@ -23,7 +23,7 @@ namespace brevelan {
 VideoReader* SourceFrames::reader(const LayerItem& item) {
   auto& reader = readers_[{item.trackID, item.video.file.string()}];
   if (!reader) {
-    auto opened = VideoReader::open(item.video.file);
+    auto opened = VideoReader::open(item.video.file, threadedDecoding_);
     if (!opened) return nullptr;
     reader = std::move(opened).value();
   }

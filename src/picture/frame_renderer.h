@@ -19,6 +19,9 @@ namespace brevelan {
 // thread at a time (the compositor's, or an export's picture pump).
 class SourceFrames {
  public:
+  // `threadedDecoding`: see VideoReader::open.
+  explicit SourceFrames(bool threadedDecoding = true) : threadedDecoding_(threadedDecoding) {}
+
   // Null when the file does not open or nothing decodes there.
   std::shared_ptr<const Picture> frame(const LayerItem& item, std::int64_t f);
   // The decoded frame of the layer at f when it is already a finished
@@ -32,6 +35,7 @@ class SourceFrames {
   VideoReader* reader(const LayerItem& item);
 
   std::map<std::pair<std::int32_t, std::string>, std::unique_ptr<VideoReader>> readers_;
+  bool threadedDecoding_ = true;
 };
 
 // Draws frames: black canvas, layers from V1 up (crop, grade, placement,

@@ -43,15 +43,16 @@ TEST(RGBToYUV, FlatColoursGiveTheirBT709Values) {
                {0, 255, 0, 173, 42, 26},    {0, 0, 255, 32, 240, 118},     {128, 128, 128, 126, 128, 128}};
   for (const Case& c : cases) {
     for (const PixelOrder order : {PixelOrder::rgba, PixelOrder::bgra}) {
-      const Picture picture = flat(7, 5, order, c.r, c.g, c.b);
-      Planes8 out(7, 5, 2);
+      // 21 wide: whole blocks of eight, a remainder, and an odd last column.
+      const Picture picture = flat(21, 5, order, c.r, c.g, c.b);
+      Planes8 out(21, 5, 2);
       toYUV420(picture, out.planes());
       for (std::uint8_t v : out.y) EXPECT_EQ(v, c.y) << c.r << "," << c.g << "," << c.b;
       for (std::uint8_t v : out.cb) EXPECT_EQ(v, c.cb) << c.r << "," << c.g << "," << c.b;
       for (std::uint8_t v : out.cr) EXPECT_EQ(v, c.cr) << c.r << "," << c.g << "," << c.b;
 
-      std::vector<std::uint16_t> y(7 * 5), cb(4 * 5), cr(4 * 5);
-      toYUV422Deep(picture, {y.data(), cb.data(), cr.data(), 7, 4});
+      std::vector<std::uint16_t> y(21 * 5), cb(11 * 5), cr(11 * 5);
+      toYUV422Deep(picture, {y.data(), cb.data(), cr.data(), 21, 11});
       for (std::uint16_t v : y) EXPECT_NEAR(v, 4 * c.y, 2);
       for (std::uint16_t v : cb) EXPECT_NEAR(v, 4 * c.cb, 2);
       for (std::uint16_t v : cr) EXPECT_NEAR(v, 4 * c.cr, 2);
