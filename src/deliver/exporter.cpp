@@ -204,7 +204,8 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   // on a worker of their own (one frame-exact reader per source track keeps
   // decoding forward), a few ahead of this thread, which only hands them to
   // the encoder: its threads never wait for a picture. A movie frame shown
-  // untouched is not drawn at all.
+  // untouched is not drawn at all, and titles over it are laid on in the
+  // encoder's own format.
   FrameQueue ready(kFramesAhead);
   std::thread painter([&] {
     yieldToEncoder();
@@ -212,8 +213,9 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
     EncoderFrames toEncoder(width, height, writer.pictureFormat());
     for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
       ff::FramePtr next;
-      if (const AVFrame* decoded = FrameRenderer::passThrough(*build, f, sources))
-        next = toEncoder.fromDecoded(decoded);
+      const auto through = FrameRenderer::passThrough(*build, f, sources);
+      if (through && (through->overlays.empty() || toEncoder.canOverlay(through->frame)))
+        next = toEncoder.fromDecoded(through->frame, through->overlays);
       else
         next = toEncoder.fromPicture(FrameRenderer::output(*build, f, sources));
       if (!next) {

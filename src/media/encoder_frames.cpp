@@ -77,11 +77,31 @@ ff::FramePtr EncoderFrames::fromPicture(const Picture& picture) {
   return out;
 }
 
+bool EncoderFrames::passesAsIs(const AVFrame* frame) const {
+  return frame->format == format_ && frame->width == width_ && frame->height == height_ &&
+         swsColorSpace(frame) == SWS_CS_ITU709 && !isFullRange(frame);
+}
+
+bool EncoderFrames::canOverlay(const AVFrame* frame) const {
+  return format_ == AV_PIX_FMT_YUV420P && passesAsIs(frame);
+}
+
+ff::FramePtr EncoderFrames::fromDecoded(const AVFrame* frame,
+                                        const std::vector<std::shared_ptr<const Picture>>& overlays) {
+  if (overlays.empty()) return fromDecoded(frame);
+  if (!canOverlay(frame)) return nullptr;
+  ff::FramePtr out = blank();
+  if (!out || av_frame_copy(out.get(), frame) < 0) return nullptr;
+  for (const auto& overlay : overlays)
+    if (overlay && overlay->width == width_ && overlay->height == height_)
+      blendOver(*overlay, {out->data[0], out->data[1], out->data[2], out->linesize[0], out->linesize[1]});
+  return out;
+}
+
 ff::FramePtr EncoderFrames::fromDecoded(const AVFrame* frame) {
   const int space = swsColorSpace(frame);
   const bool fullRange = isFullRange(frame);
-  if (frame->format == format_ && frame->width == width_ && frame->height == height_ && space == SWS_CS_ITU709 &&
-      !fullRange) {
+  if (passesAsIs(frame)) {
     // Only the pictures, not the source's frame types, captions or regions
     // of interest, which the encoder would otherwise act on.
     ff::FramePtr same = ff::makeFrame();

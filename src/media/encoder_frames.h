@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "media/ffmpeg_ptr.h"
@@ -19,9 +20,16 @@ class EncoderFrames {
   // Null only when out of memory.
   ff::FramePtr fromPicture(const Picture& picture);
   ff::FramePtr fromDecoded(const AVFrame* frame);
+  // Whether pictures can be laid over this decoded frame as it becomes an
+  // encoder frame (it is in the encoder's format, and that is 4:2:0 8-bit).
+  bool canOverlay(const AVFrame* frame) const;
+  // A copy of the decoded frame with canvas-size pictures laid over it,
+  // bottom first; only where canOverlay holds.
+  ff::FramePtr fromDecoded(const AVFrame* frame, const std::vector<std::shared_ptr<const Picture>>& overlays);
 
  private:
   ff::FramePtr blank();
+  bool passesAsIs(const AVFrame* frame) const;
   bool scaled(const std::uint8_t* const planes[], const int strides[], int width, int height, AVPixelFormat format,
               int colorSpace, int fullRange, AVFrame* out);
 

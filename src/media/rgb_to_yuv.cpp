@@ -1,6 +1,7 @@
 #include "media/rgb_to_yuv.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #if defined(__SSE2__)
@@ -188,7 +189,75 @@ void convert(const Picture& picture, const YUVPlanes<Sample>& out, int chromaRow
   }
 }
 
+// Whether two pixels of a row and the two below them are all clear.
+inline bool clearBlock(const std::uint8_t* above, const std::uint8_t* below) {
+  std::uint64_t a, b;
+  std::memcpy(&a, above, 8);
+  std::memcpy(&b, below, 8);
+  return (a | b) == 0;
+}
+
+// One 2 × 2 block (or less at an odd edge): `pixels` of the picture at the
+// frame's luma samples `luma`, all over the chroma sample (cb, cr).
+void blendBlock(const std::uint8_t* const pixels[4], std::uint8_t* const luma[4], int count, std::uint8_t* cb,
+                std::uint8_t* cr, Order o) {
+  int sumR = 0, sumG = 0, sumB = 0, sumA = 0;
+  for (int i = 0; i < count; ++i) {
+    const std::uint8_t* p = pixels[i];
+    const int r = p[o.r], g = p[1], b = p[o.b], a = p[3];
+    // y′ = luma of the colour + 16·α + (1 − α)·y, in 15 fraction bits.
+    const std::int64_t under = std::int64_t{16 * a + *luma[i] * (255 - a)} * 32768 / 255;
+    const std::int64_t v = (kYR * r + kYG * g + kYB * b + under + (1 << 14)) >> 15;
+    *luma[i] = static_cast<std::uint8_t>(std::clamp<std::int64_t>(v, 0, 255));
+    sumR += r;
+    sumG += g;
+    sumB += b;
+    sumA += a;
+  }
+  // Chroma: the mean over the block's pixels, in 17 fraction bits for four.
+  const int scale = 4 / count;
+  const auto chroma = [&](int kr, int kg, int kb, int c) {
+    const int colour = scale * (kr * sumR + kg * sumG + kb * sumB);
+    const std::int64_t under = static_cast<std::int64_t>(scale) * (128 * sumA + c * (255 * count - sumA)) * 32768 / 255;
+    return static_cast<std::uint8_t>(std::clamp<std::int64_t>((colour + under + (1 << 16)) >> 17, 0, 255));
+  };
+  *cb = chroma(kBR, kBG, kBB, *cb);
+  *cr = chroma(kRR, kRG, kRB, *cr);
+}
+
 }  // namespace
+
+void blendOver(const Picture& picture, const YUVPlanes<std::uint8_t>& frame) {
+  const int width = picture.width, height = picture.height;
+  const Order o = orderOf(picture.order);
+  for (int y = 0; y < height; y += 2) {
+    const int y1 = std::min(y + 1, height - 1);
+    const std::uint8_t* above = picture.row(y);
+    const std::uint8_t* below = picture.row(y1);
+    std::uint8_t* lumaAbove = frame.y + static_cast<std::ptrdiff_t>(y) * frame.yStride;
+    std::uint8_t* lumaBelow = frame.y + static_cast<std::ptrdiff_t>(y1) * frame.yStride;
+    std::uint8_t* cb = frame.cb + static_cast<std::ptrdiff_t>(y / 2) * frame.cStride;
+    std::uint8_t* cr = frame.cr + static_cast<std::ptrdiff_t>(y / 2) * frame.cStride;
+    for (int x = 0; x < width; x += 2) {
+      if (x + 1 < width && clearBlock(above + 4 * x, below + 4 * x)) continue;
+      const int x1 = std::min(x + 1, width - 1);
+      // Odd edges: the block's missing pixels are left out, not repeated.
+      const std::uint8_t* pixels[4] = {above + 4 * x, above + 4 * x1, below + 4 * x, below + 4 * x1};
+      std::uint8_t* luma[4] = {lumaAbove + x, lumaAbove + x1, lumaBelow + x, lumaBelow + x1};
+      int count = 4;
+      if (x1 == x && y1 == y) {
+        count = 1;
+      } else if (x1 == x) {
+        pixels[1] = pixels[2];
+        luma[1] = luma[2];
+        count = 2;
+      } else if (y1 == y) {
+        count = 2;
+      }
+      blendBlock(pixels, luma, count, cb + x / 2, cr + x / 2, o);
+    }
+  }
+}
 
 void toYUV420(const Picture& picture, const YUVPlanes<std::uint8_t>& out) { convert(picture, out, 2, 0); }
 

@@ -24,4 +24,10 @@ struct YUVPlanes {
 void toYUV420(const Picture& picture, const YUVPlanes<std::uint8_t>& out);
 void toYUV422Deep(const Picture& picture, const YUVPlanes<std::uint16_t>& out);
 
+// Source-over of a premultiplied picture onto a 4:2:0 8-bit BT.709
+// video-range frame of the same size, worked out in Y′CbCr (the conversion
+// is linear, so this is the blend in R′G′B′ without going there and back).
+// Clear parts of the picture cost only a look.
+void blendOver(const Picture& picture, const YUVPlanes<std::uint8_t>& frame);
+
 }  // namespace brevelan

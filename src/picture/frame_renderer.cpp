@@ -174,30 +174,45 @@ Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sour
   return reframed(render(*build.plan, instruction ? instruction->entries : nothing, f, sources), *build.plan);
 }
 
-const AVFrame* passThrough(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
+std::optional<PassThrough> passThrough(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
   const RenderPlan& plan = *build.plan;
-  if (plan.canvasWidth != plan.outputWidth || plan.canvasHeight != plan.outputHeight) return nullptr;
+  const int width = plan.canvasWidth, height = plan.canvasHeight;
+  if (width != plan.outputWidth || height != plan.outputHeight) return std::nullopt;
+  const BrevInstruction* instruction = build.instructionAt(f);
+  if (!instruction) return std::nullopt;
+  PassThrough through;
+  const LayerItem* bottom = nullptr;
+  for (const RenderEntry& entry : instruction->entries) {
+    if (!activeAt(entry, f)) continue;
+    const auto* layer = std::get_if<LayerRef>(&entry);
+    if (!layer) return std::nullopt;  // a transition
+    const LayerItem& item = **layer;
+    if (!item.clip.enabled) continue;
+    if (!bottom) {
+      if (item.kind != LayerKind::video || !shownAsIs(item)) return std::nullopt;
+      bottom = &item;
+      continue;
+    }
+    // Over it, only titles laid on as they are.
+    if (item.kind != LayerKind::title || !shownAsIs(item)) return std::nullopt;
+    std::shared_ptr<const Picture> title = layerPicture(item, f, width, height, sources);
+    if (!title || title->empty()) continue;  // draws nothing
+    if (title->width != width || title->height != height) return std::nullopt;
+    through.overlays.push_back(std::move(title));
+  }
+  if (!bottom) return std::nullopt;
   if (plan.burnCaptions) {
     const auto caption = std::find_if(plan.captions.begin(), plan.captions.end(),
                                       [&](const Caption& c) { return c.start <= f && f < c.end; });
-    if (caption != plan.captions.end() && !caption->text.empty()) return nullptr;
-  }
-  const BrevInstruction* instruction = build.instructionAt(f);
-  if (!instruction) return nullptr;
-  const LayerItem* only = nullptr;
-  for (const RenderEntry& entry : instruction->entries) {
-    const auto* layer = std::get_if<LayerRef>(&entry);
-    if (!layer) {
-      const auto& t = std::get<TransitionEntry>(entry);
-      if (t.start <= f && f < t.end) return nullptr;
-      continue;
+    if (caption != plan.captions.end() && !caption->text.empty()) {
+      auto picture = TitleRenderer::shared().caption(caption->text, plan.captionStyle, width, height);
+      if (picture && (picture->width != width || picture->height != height)) return std::nullopt;
+      if (picture) through.overlays.push_back(std::move(picture));
     }
-    if (!(*layer)->clip.enabled || f < (*layer)->plainFrom || f >= (*layer)->plainTo) continue;
-    if (only) return nullptr;
-    only = layer->get();
   }
-  if (!only || only->kind != LayerKind::video || !shownAsIs(*only)) return nullptr;
-  return sources.untouchedFrame(*only, f, plan.canvasWidth, plan.canvasHeight);
+  through.frame = sources.untouchedFrame(*bottom, f, width, height);
+  if (!through.frame) return std::nullopt;
+  return through;
 }
 
 bool drawLayer(Picture& canvas, const LayerItem& item, std::int64_t f, SourceFrames& sources) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -57,10 +58,16 @@ Picture reframed(Picture canvas, const RenderPlan& plan);
 // Frame f of a build as delivered: drawn and reframed; black outside the
 // build's instructions.
 Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sources);
+// A frame an export can encode without drawing: a movie frame as decoded,
+// with canvas-size pictures (titles, the caption) to lay over it as they are.
+struct PassThrough {
+  const AVFrame* frame = nullptr;
+  std::vector<std::shared_ptr<const Picture>> overlays;  // bottom first
+};
 // When frame f of a build is one untouched movie frame filling the output
-// (nothing over it, no move, grade, fade or caption), that decoded frame, so
-// an export can encode it without drawing; null when it must be drawn.
-const AVFrame* passThrough(const CompositionBuild& build, std::int64_t f, SourceFrames& sources);
+// (no move, grade or fade), with at most titles and the caption over it, left
+// as they are: that frame and those pictures. Nothing when it must be drawn.
+std::optional<PassThrough> passThrough(const CompositionBuild& build, std::int64_t f, SourceFrames& sources);
 
 }  // namespace FrameRenderer
 }  // namespace brevelan

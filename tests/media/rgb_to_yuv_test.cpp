@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "media/ffmpeg_ptr.h"
@@ -93,6 +95,47 @@ TEST(RGBToYUV, AgreesWithSwscale) {
       ASSERT_NEAR(ours.cb[y * (w / 2) + x], theirs.cb[y * (w / 2) + x], 4) << x << "," << y;
       ASSERT_NEAR(ours.cr[y * (w / 2) + x], theirs.cr[y * (w / 2) + x], 4) << x << "," << y;
     }
+}
+
+// Laying a premultiplied picture over a frame in Y′CbCr gives the frame of
+// the same blend done in R′G′B′, at odd sizes too; clear pixels change nothing.
+TEST(RGBToYUV, BlendingOverAFrameMatchesBlendingInRGB) {
+  const int w = 13, h = 7;
+  const Picture under = flat(w, h, PixelOrder::rgba, 40, 160, 220);
+  Picture over(w, h, PixelOrder::bgra);
+  Picture expected(w, h, PixelOrder::rgba);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      // Clear on the left, then alpha rising to opaque; colour premultiplied.
+      const int a = x < 4 ? 0 : std::min(255, (x - 4) * 40 + y * 5);
+      const int straight[3] = {250, 30 + 10 * y, 90};
+      std::uint8_t* o = over.row(y) + 4 * x;
+      std::uint8_t* e = expected.row(y) + 4 * x;
+      const std::uint8_t* u = under.row(y) + 4 * x;
+      for (int c = 0; c < 3; ++c) {
+        const double s = straight[c] * a / 255.0;
+        o[2 - c] = static_cast<std::uint8_t>(std::lround(s));  // BGRA
+        e[c] = static_cast<std::uint8_t>(std::lround(std::round(s) + u[c] * (255 - a) / 255.0));
+      }
+      o[3] = static_cast<std::uint8_t>(a);
+      e[3] = 255;
+    }
+  Planes8 frame(w, h, 2), reference(w, h, 2);
+  toYUV420(under, frame.planes());
+  const Planes8 before = frame;
+  blendOver(over, frame.planes());
+  toYUV420(expected, reference.planes());
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      EXPECT_NEAR(frame.y[y * w + x], reference.y[y * w + x], 1) << x << "," << y;
+      if (x < 4) {
+        EXPECT_EQ(frame.y[y * w + x], before.y[y * w + x]);
+      }
+    }
+  for (std::size_t i = 0; i < frame.cb.size(); ++i) {
+    EXPECT_NEAR(frame.cb[i], reference.cb[i], 1) << i;
+    EXPECT_NEAR(frame.cr[i], reference.cr[i], 1) << i;
+  }
 }
 
 }  // namespace

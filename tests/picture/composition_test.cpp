@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "media/demo_media.h"
+#include "media/encoder_frames.h"
 #include "picture/composition_builder.h"
 #include "picture/frame_compositor.h"
 #include "picture/frame_renderer.h"
@@ -142,6 +143,54 @@ TEST(Composition, VideoLayersReadTheRightSourceFramesOnSeparateTracks) {
   EXPECT_EQ(shown(30), 9);                                             // reversed: last consumed frame first
   EXPECT_EQ(shown(39), 0);
   EXPECT_EQ(sourcePosition(back, 0) + 1, static_cast<double>(back.speed.consumed(10)));
+}
+
+// An export may skip drawing a frame that is one untouched movie frame, with
+// titles or the caption laid over it as they are; what it encodes then is
+// what drawing gives.
+TEST(Composition, UntouchedMovieFramesPassThroughWithTitlesOverThem) {
+  ensureGuiEnvironment();
+  testing::TempDir dir;
+  SyntheticMovie movie;
+  movie.width = 320;
+  movie.height = 180;
+  movie.frames = 40;
+  ASSERT_TRUE(writeSyntheticMovie(dir / "m.mov", movie));
+  Timeline t;
+  t.seq().width = 320;
+  t.seq().height = 180;
+  MediaItem item;
+  item.id = Uuid::make();
+  item.path = (dir / "m.mov").string();
+  item.hasVideo = true;
+  item.duration = 40.0 / 30;
+  t.project.media.push_back(item);
+  t.add(0, Clip::make(ClipSource::media(item.id), "plain", 0, 20, 0, 40));
+  t.add(0, Clip::make(ClipSource::media(item.id), "graded", 20, 10, 20, 40)).grade.mut().exposure = 0.5;
+  t.add(1, Clip::make(ClipSource::title(TitleSpec{}), "title", 5, 10));
+  t.seq().captions.push_back(Caption{Uuid::make(), 16, 18, "Hello there"});
+
+  BuildOptions burn;
+  burn.burnCaptions = true;
+  const auto build = buildComposition(t.project, t.seq(), burn);
+  SourceFrames sources, drawing;
+  EncoderFrames toEncoder(320, 180, AV_PIX_FMT_YUV420P);
+  for (const std::int64_t f : {2, 7, 16}) {
+    const auto through = FrameRenderer::passThrough(*build, f, sources);
+    ASSERT_TRUE(through) << f;
+    EXPECT_EQ(through->overlays.size(), f == 2 ? 0u : 1u) << f;
+    const ff::FramePtr fast = toEncoder.fromDecoded(through->frame, through->overlays);
+    const ff::FramePtr drawn = toEncoder.fromPicture(FrameRenderer::output(*build, f, drawing));
+    double difference = 0;
+    for (int y = 0; y < 180; ++y)
+      for (int x = 0; x < 320; ++x)
+        difference += std::abs(fast->data[0][y * fast->linesize[0] + x] - drawn->data[0][y * drawn->linesize[0] + x]);
+    EXPECT_LT(difference / (320 * 180), 1.0) << f;
+  }
+  EXPECT_FALSE(FrameRenderer::passThrough(*build, 25, sources)) << "graded";
+  BuildOptions reframed;
+  reframed.output = std::pair{180, 320};
+  EXPECT_FALSE(FrameRenderer::passThrough(*buildComposition(t.project, t.seq(), reframed), 2, sources));
 }
 
 TEST(Composition, NestedSequencesComposeAsOneLayerAndRequireTheirTracks) {
