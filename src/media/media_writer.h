@@ -31,6 +31,9 @@ struct VideoFormat {
   int rotation = 0;  // clockwise degrees a player must turn the stored picture
 };
 
+// The x264 options set beyond the preset, in x264's own "key=value:…" form.
+std::string x264Params();
+
 // Sound is always 48 000 Hz, handed over as interleaved float.
 struct SoundFormat {
   enum class Codec { aac, pcm16, pcm24 };
