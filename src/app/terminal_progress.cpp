@@ -40,10 +40,14 @@ InterruptGuard::InterruptGuard() {
   struct sigaction action {};
   action.sa_handler = onInterrupt;
   sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, &previous_);
+  sigaction(SIGINT, &action, &previousInterrupt_);
+  sigaction(SIGTERM, &action, &previousTerminate_);
 }
 
-InterruptGuard::~InterruptGuard() { sigaction(SIGINT, &previous_, nullptr); }
+InterruptGuard::~InterruptGuard() {
+  sigaction(SIGINT, &previousInterrupt_, nullptr);
+  sigaction(SIGTERM, &previousTerminate_, nullptr);
+}
 
 bool InterruptGuard::interrupted() { return gInterrupted; }
 

@@ -21,8 +21,9 @@ class ProgressBar {
   std::chrono::steady_clock::time_point last_{};
 };
 
-// While alive, Ctrl-C only raises a flag the long command polls, so it can
-// stop cleanly (removing unfinished files) instead of dying mid-write.
+// While alive, Ctrl-C and a polite kill (SIGTERM) only raise a flag the long
+// command polls, so it can stop cleanly (removing unfinished files) instead of
+// dying mid-write.
 class InterruptGuard {
  public:
   InterruptGuard();
@@ -33,7 +34,8 @@ class InterruptGuard {
   static bool interrupted();
 
  private:
-  struct sigaction previous_ {};
+  struct sigaction previousInterrupt_ {};
+  struct sigaction previousTerminate_ {};
 };
 
 }  // namespace brevelan

@@ -151,30 +151,34 @@ TEST_F(DemoCommands, PlaybenchPlaysTheSequenceAndReportsWhatItDrew) {
   EXPECT_NE(said.find("ms per frame on average"), std::string::npos);
 }
 
-TEST_F(DemoCommands, CtrlCCancelsAnExportAndLeavesNoFile) {
-  const auto movie = *dir_ / "cancelled.mov", said = *dir_ / "said.txt";
-  const std::string project = (testing::demoFolder() / "Sample.brevelan").string();
-  const pid_t child = ::fork();
-  if (child == 0) {
-    const int log = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ::dup2(log, STDOUT_FILENO);
-    ::dup2(log, STDERR_FILENO);
-    ::execl(BREVELAN_BINARY, BREVELAN_BINARY, "export", project.c_str(), "--preset", "prores", "-o", movie.c_str(),
-            nullptr);
-    ::_exit(127);
+// Ctrl-C from the terminal, or a polite kill, cancels cleanly.
+TEST_F(DemoCommands, CtrlCOrSIGTERMCancelsAnExportAndLeavesNoFile) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    SCOPED_TRACE(signal);
+    const auto movie = *dir_ / "cancelled.mov", said = *dir_ / "said.txt";
+    const std::string project = (testing::demoFolder() / "Sample.brevelan").string();
+    const pid_t child = ::fork();
+    if (child == 0) {
+      const int log = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      ::dup2(log, STDOUT_FILENO);
+      ::dup2(log, STDERR_FILENO);
+      ::execl(BREVELAN_BINARY, BREVELAN_BINARY, "export", project.c_str(), "--preset", "prores", "-o", movie.c_str(),
+              nullptr);
+      ::_exit(127);
+    }
+    ASSERT_GT(child, 0);
+    // Wait until the export has begun writing, then interrupt it.
+    for (int i = 0; i < 200 && !std::filesystem::exists(movie); ++i) ::usleep(50'000);
+    EXPECT_TRUE(std::filesystem::exists(movie));
+    ::kill(child, signal);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    std::ifstream in(said);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << text;
+    EXPECT_NE(text.find("Export cancelled. The unfinished file was removed."), std::string::npos) << text;
+    EXPECT_FALSE(std::filesystem::exists(movie));
   }
-  ASSERT_GT(child, 0);
-  // Wait until the export has begun writing, then interrupt it as a terminal would.
-  for (int i = 0; i < 200 && !std::filesystem::exists(movie); ++i) ::usleep(50'000);
-  EXPECT_TRUE(std::filesystem::exists(movie));
-  ::kill(child, SIGINT);
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  std::ifstream in(said);
-  const std::string text((std::istreambuf_iterator<char>(in)), {});
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << text;
-  EXPECT_NE(text.find("Export cancelled. The unfinished file was removed."), std::string::npos) << text;
-  EXPECT_FALSE(std::filesystem::exists(movie));
 }
 
 }  // namespace
