@@ -86,8 +86,6 @@ std::shared_ptr<const Picture> layerPicture(const LayerItem& item, std::int64_t 
   return nullptr;
 }
 
-// Whether a picture drawn as it is would already be what the layer shows:
-// canvas-sized, placed without any move, fully opaque and ungraded.
 // Whether a layer places its picture as it is: unmoved, uncropped, at full opacity.
 bool placedAsIs(const LayerItem& item) {
   const Transform& t = *item.clip.transform;
@@ -128,32 +126,17 @@ std::size_t startWithBottomLayer(Picture& canvas, const std::vector<RenderEntry>
   return static_cast<std::size_t>(bottom - entries.begin()) + 1;
 }
 
-void drawEntriesFrom(Picture& canvas, const std::vector<RenderEntry>& entries, std::size_t first, std::int64_t f,
-                     SourceFrames& sources);
-
-// Whether a picture drawn as it is would already be what the layer shows.
-bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, int height) {
-  return picture.width == width && picture.height == height && shownAsIs(item);
-}
-
-}  // namespace
-
-void drawEntries(Picture& canvas, const std::vector<RenderEntry>& entries, std::int64_t f, SourceFrames& sources) {
-  drawEntriesFrom(canvas, entries, 0, f, sources);
-}
-
-namespace {
-
+// Draws the entries from `first` on, in order.
 void drawEntriesFrom(Picture& canvas, const std::vector<RenderEntry>& entries, std::size_t first, std::int64_t f,
                      SourceFrames& sources) {
   for (std::size_t i = first; i < entries.size(); ++i) {
     const RenderEntry& entry = entries[i];
+    if (!activeAt(entry, f)) continue;
     if (const auto* layer = std::get_if<LayerRef>(&entry)) {
-      if ((*layer)->plainFrom <= f && f < (*layer)->plainTo) drawLayer(canvas, **layer, f, sources);
+      drawLayer(canvas, **layer, f, sources);
       continue;
     }
     const auto& t = std::get<TransitionEntry>(entry);
-    if (f < t.start || f >= t.end) continue;
     // Each side drawn alone on a clear canvas, then blended; a side without
     // a picture blends as transparency.
     Picture a = blankPicture(canvas.width, canvas.height);
@@ -166,7 +149,25 @@ void drawEntriesFrom(Picture& canvas, const std::vector<RenderEntry>& entries, s
   }
 }
 
+// The caption burned in at f: the first caption of the moment, none when
+// that one is empty or captions are not burned in.
+const Caption* captionAt(const RenderPlan& plan, std::int64_t f) {
+  if (!plan.burnCaptions) return nullptr;
+  const auto caption = std::find_if(plan.captions.begin(), plan.captions.end(),
+                                    [&](const Caption& c) { return c.start <= f && f < c.end; });
+  return caption == plan.captions.end() || caption->text.empty() ? nullptr : &*caption;
+}
+
+// Whether a picture drawn as it is would already be what the layer shows.
+bool coversCanvasAsIs(const Picture& picture, const LayerItem& item, int width, int height) {
+  return picture.width == width && picture.height == height && shownAsIs(item);
+}
+
 }  // namespace
+
+void drawEntries(Picture& canvas, const std::vector<RenderEntry>& entries, std::int64_t f, SourceFrames& sources) {
+  drawEntriesFrom(canvas, entries, 0, f, sources);
+}
 
 Picture output(const CompositionBuild& build, std::int64_t f, SourceFrames& sources) {
   const BrevInstruction* instruction = build.instructionAt(f);
@@ -201,14 +202,10 @@ std::optional<PassThrough> passThrough(const CompositionBuild& build, std::int64
     through.overlays.push_back(std::move(title));
   }
   if (!bottom) return std::nullopt;
-  if (plan.burnCaptions) {
-    const auto caption = std::find_if(plan.captions.begin(), plan.captions.end(),
-                                      [&](const Caption& c) { return c.start <= f && f < c.end; });
-    if (caption != plan.captions.end() && !caption->text.empty()) {
-      auto picture = TitleRenderer::shared().caption(caption->text, plan.captionStyle, width, height);
-      if (picture && (picture->width != width || picture->height != height)) return std::nullopt;
-      if (picture) through.overlays.push_back(std::move(picture));
-    }
+  if (const Caption* caption = captionAt(plan, f)) {
+    auto picture = TitleRenderer::shared().caption(caption->text, plan.captionStyle, width, height);
+    if (picture && (picture->width != width || picture->height != height)) return std::nullopt;
+    if (picture) through.overlays.push_back(std::move(picture));
   }
   through.frame = sources.untouchedFrame(*bottom, f, width, height);
   if (!through.frame) return std::nullopt;
@@ -258,18 +255,9 @@ Picture render(const RenderPlan& plan, const std::vector<RenderEntry>& entries, 
   const std::size_t drawn = startWithBottomLayer(canvas, entries, f, sources);
   if (drawn == 0) fill(canvas, RGBA::black());
   drawEntriesFrom(canvas, entries, drawn, f, sources);
-  if (plan.burnCaptions) {
-    for (const Caption& caption : plan.captions) {
-      if (caption.start <= f && f < caption.end) {
-        // Only the first caption of the moment is drawn; an empty one draws nothing.
-        if (!caption.text.empty()) {
-          if (auto picture = TitleRenderer::shared().caption(caption.text, plan.captionStyle, width, height))
-            sourceOver(canvas, *picture);
-        }
-        break;
-      }
-    }
-  }
+  if (const Caption* caption = captionAt(plan, f))
+    if (auto picture = TitleRenderer::shared().caption(caption->text, plan.captionStyle, width, height))
+      sourceOver(canvas, *picture);
   return canvas;
 }
 
