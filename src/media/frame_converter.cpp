@@ -63,26 +63,33 @@ void FrameConverter::convert(const AVFrame* frame, Picture& out) {
 
 namespace brevelan {
 
-ff::FramePtr FrameScaler::scale(const AVFrame* frame) {
-  const int space = swsColorSpace(frame);
-  const int range = isFullRange(frame) ? 1 : 0;
-  const int key[5] = {frame->width, frame->height, frame->format, space, range};
+bool FrameScaler::scaleInto(const std::uint8_t* const planes[], const int strides[], int width, int height,
+                            AVPixelFormat format, int colorSpace, bool fullRange, AVFrame* out) {
+  const int range = fullRange ? 1 : 0;
+  const int key[5] = {width, height, format, colorSpace, range};
   if (!scaler_ || !std::equal(key, key + 5, key_)) {
-    scaler_.reset(sws_getContext(frame->width, frame->height, static_cast<AVPixelFormat>(frame->format), width_, height_,
-                                 AV_PIX_FMT_YUV420P, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (!scaler_) return nullptr;
-    sws_setColorspaceDetails(scaler_.get(), sws_getCoefficients(space), range, sws_getCoefficients(SWS_CS_ITU709), 0, 0,
-                             1 << 16, 1 << 16);
+    scaler_.reset(
+        sws_getContext(width, height, format, width_, height_, format_, SWS_BILINEAR, nullptr, nullptr, nullptr));
+    if (!scaler_) return false;
+    sws_setColorspaceDetails(scaler_.get(), sws_getCoefficients(colorSpace), range, sws_getCoefficients(SWS_CS_ITU709),
+                             0, 0, 1 << 16, 1 << 16);
     std::copy(key, key + 5, key_);
   }
+  sws_scale(scaler_.get(), planes, strides, 0, height, out->data, out->linesize);
+  return true;
+}
+
+ff::FramePtr FrameScaler::scale(const AVFrame* frame) {
   ff::FramePtr out = ff::makeFrame();
   out->width = width_;
   out->height = height_;
-  out->format = AV_PIX_FMT_YUV420P;
+  out->format = format_;
   out->colorspace = AVCOL_SPC_BT709;
   out->color_range = AVCOL_RANGE_MPEG;
   if (av_frame_get_buffer(out.get(), 0) < 0) return nullptr;
-  sws_scale(scaler_.get(), frame->data, frame->linesize, 0, frame->height, out->data, out->linesize);
+  if (!scaleInto(frame->data, frame->linesize, frame->width, frame->height, static_cast<AVPixelFormat>(frame->format),
+                 swsColorSpace(frame), isFullRange(frame), out.get()))
+    return nullptr;
   return out;
 }
 

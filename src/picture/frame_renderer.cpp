@@ -15,7 +15,6 @@
 
 extern "C" {
 #include <libavutil/pixdesc.h>
-#include <libswscale/swscale.h>
 }
 
 namespace brevelan {
@@ -44,7 +43,7 @@ const AVFrame* SourceFrames::untouchedFrame(const LayerItem& item, std::int64_t 
   if (!frame || frame->width != width || frame->height != height) return nullptr;
   const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format));
   const bool opaque = format && !(format->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
-  if (!opaque || swsColorSpace(frame) != SWS_CS_ITU709 || isFullRange(frame)) return nullptr;
+  if (!opaque || !isBT709VideoRange(frame)) return nullptr;
   return frame;
 }
 
