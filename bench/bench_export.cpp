@@ -18,8 +18,8 @@
 #include <iostream>
 
 #include "deliver/exporter.h"
-#include "media/media_writer.h"
 #include "media/demo_media.h"
+#include "media/media_writer.h"
 #include "media/still_image.h"
 #include "model/project_file.h"
 #include "picture/color_grading.h"
@@ -150,10 +150,8 @@ int main(int argc, char** argv) {
       x264 + " -c:a aac -b:a 256k '" + (dir / "ffmpeg.mp4").string() + "'";
   const double ffmpegGraph = run(graph);
   // The composed frames, raw, in memory when there is room (5.6 GB).
-  const fs::path raw = (fs::exists("/dev/shm") && fs::space("/dev/shm").available > (std::uintmax_t{7} << 30)
-                            ? fs::path("/dev/shm")
-                            : dir) /
-                       "brevelan-bench-frames.yuv";
+  const bool roomInMemory = fs::exists("/dev/shm") && fs::space("/dev/shm").available > (std::uintmax_t{7} << 30);
+  const fs::path raw = (roomInMemory ? fs::path("/dev/shm") : dir) / "brevelan-bench-frames.yuv";
   run("ffmpeg -v error -y -i '" + h264.string() + "' -f rawvideo -pix_fmt yuv420p '" + raw.string() + "'");
   const double bare = run("ffmpeg -v error -y -f rawvideo -pix_fmt yuv420p -s 1920x1080 -r 30 -i '" + raw.string() +
                           "' " + x264 + " '" + (dir / "bare.mp4").string() + "'");

@@ -53,17 +53,6 @@ const char* codecName(VideoFormat::Codec codec) {
 
 // Opens the picture encoder. Anything that goes wrong here means this
 // FFmpeg cannot write the codec with these settings.
-}  // namespace
-
-// x264 gives its look-ahead one thread below 18 threads in all, and on a
-// small machine that thread alone is the slowest stage: two share it, making
-// the same decisions in slices of the frame, a tenth faster on 2 cores.
-std::string x264Params() {
-  return "lookahead-threads=" + std::to_string(std::max(2u, std::thread::hardware_concurrency() / 4));
-}
-
-namespace {
-
 Expected<ff::CodecPtr, WriterError> openPictureEncoder(const VideoFormat& video, bool globalHeader) {
   const std::string name = codecName(video.codec);
   const auto unavailable = [&](std::string why) {
@@ -117,6 +106,13 @@ Expected<ff::CodecPtr, WriterError> openPictureEncoder(const VideoFormat& video,
 }
 
 }  // namespace
+
+// x264 gives its look-ahead one thread below 18 threads in all, and on a
+// small machine that thread alone is the slowest stage: two share it, making
+// the same decisions in slices of the frame, a tenth faster on 2 cores.
+std::string x264Params() {
+  return "lookahead-threads=" + std::to_string(std::max(2u, std::thread::hardware_concurrency() / 4));
+}
 
 Expected<std::unique_ptr<MediaWriter>, std::string> MediaWriter::create(const std::filesystem::path& file,
                                                                         const std::optional<VideoFormat>& video,
