@@ -16,14 +16,20 @@ void tagBT709(AVFrame* frame) {
   frame->color_range = AVCOL_RANGE_MPEG;
 }
 
-ff::FramePtr newFrame(int width, int height, AVPixelFormat format) {
+// A frame of this size and format, tagged, without pictures yet.
+ff::FramePtr frameShell(int width, int height, AVPixelFormat format) {
   ff::FramePtr frame = ff::makeFrame();
   if (!frame) return nullptr;
   frame->width = width;
   frame->height = height;
   frame->format = format;
   tagBT709(frame.get());
-  if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
+  return frame;
+}
+
+ff::FramePtr newFrame(int width, int height, AVPixelFormat format) {
+  ff::FramePtr frame = frameShell(width, height, format);
+  if (!frame || av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
   return frame;
 }
 
@@ -73,12 +79,8 @@ bool EncoderFrames::canOverlay(const AVFrame* frame) const {
 // otherwise act on. Null for a frame not held in reference-counted buffers.
 ff::FramePtr EncoderFrames::referenced(const AVFrame* frame) const {
   if (!frame->buf[0] || frame->extended_buf) return nullptr;
-  ff::FramePtr same = ff::makeFrame();
+  ff::FramePtr same = frameShell(width_, height_, format_);
   if (!same) return nullptr;
-  same->width = width_;
-  same->height = height_;
-  same->format = format_;
-  tagBT709(same.get());
   for (int i = 0; i < AV_NUM_DATA_POINTERS; ++i) {
     if (frame->buf[i] && !(same->buf[i] = av_buffer_ref(frame->buf[i]))) return nullptr;
     same->data[i] = frame->data[i];

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "media/demo_media.h"
 #include "media/encoder_frames.h"
 #include "picture/composition_builder.h"
@@ -31,6 +33,25 @@ struct Timeline {
   }
   Clip& colour(std::size_t track, RGBA c, std::int64_t start, std::int64_t duration) {
     return add(track, Clip::make(ClipSource::color(c), "c", start, duration, 0, 1000));
+  }
+  // A 320 × 180 synthetic movie of `frames` frames written into `dir`, in the
+  // project's media; the sequence takes its size. Its media id, or nothing.
+  std::optional<Uuid> movie(const testing::TempDir& dir, const std::string& name, int frames, int quality = 20) {
+    SyntheticMovie movie;
+    movie.width = 320;
+    movie.height = 180;
+    movie.frames = frames;
+    movie.quality = quality;
+    if (!writeSyntheticMovie(dir / name, movie)) return std::nullopt;
+    seq().width = 320;
+    seq().height = 180;
+    MediaItem item;
+    item.id = Uuid::make();
+    item.path = (dir / name).string();
+    item.hasVideo = true;
+    item.duration = frames / 30.0;
+    project.media.push_back(item);
+    return item.id;
   }
   std::shared_ptr<CompositionBuild> build() { return buildComposition(project, seq(), BuildOptions{}); }
   Picture frame(std::int64_t f) {
@@ -105,23 +126,11 @@ TEST(Composition, CaptionsBurnInOnlyWhenAskedAndNotWhenEmpty) {
 
 TEST(Composition, VideoLayersReadTheRightSourceFramesOnSeparateTracks) {
   testing::TempDir dir;
-  SyntheticMovie movie;
-  movie.width = 320;
-  movie.height = 180;
-  movie.frames = 60;
-  movie.quality = 12;
-  ASSERT_TRUE(writeSyntheticMovie(dir / "count.mov", movie));
   Timeline t;
-  t.seq().width = 320;
-  t.seq().height = 180;
-  MediaItem item;
-  item.id = Uuid::make();
-  item.path = (dir / "count.mov").string();
-  item.hasVideo = true;
-  item.duration = 2;
-  t.project.media.push_back(item);
+  const auto id = t.movie(dir, "count.mov", 60, 12);
+  ASSERT_TRUE(id);
   const auto media = [&](std::int64_t start, std::int64_t duration, std::int64_t in) {
-    return Clip::make(ClipSource::media(item.id), "m", start, duration, in, 60);
+    return Clip::make(ClipSource::media(*id), "m", start, duration, in, 60);
   };
   t.add(0, media(0, 20, 10));
   Clip& fast = t.add(0, media(20, 10, 0));
@@ -151,22 +160,11 @@ TEST(Composition, VideoLayersReadTheRightSourceFramesOnSeparateTracks) {
 TEST(Composition, UntouchedMovieFramesPassThroughWithTitlesOverThem) {
   ensureGuiEnvironment();
   testing::TempDir dir;
-  SyntheticMovie movie;
-  movie.width = 320;
-  movie.height = 180;
-  movie.frames = 40;
-  ASSERT_TRUE(writeSyntheticMovie(dir / "m.mov", movie));
   Timeline t;
-  t.seq().width = 320;
-  t.seq().height = 180;
-  MediaItem item;
-  item.id = Uuid::make();
-  item.path = (dir / "m.mov").string();
-  item.hasVideo = true;
-  item.duration = 40.0 / 30;
-  t.project.media.push_back(item);
-  t.add(0, Clip::make(ClipSource::media(item.id), "plain", 0, 20, 0, 40));
-  t.add(0, Clip::make(ClipSource::media(item.id), "graded", 20, 10, 20, 40)).grade.mut().exposure = 0.5;
+  const auto id = t.movie(dir, "m.mov", 40);
+  ASSERT_TRUE(id);
+  t.add(0, Clip::make(ClipSource::media(*id), "plain", 0, 20, 0, 40));
+  t.add(0, Clip::make(ClipSource::media(*id), "graded", 20, 10, 20, 40)).grade.mut().exposure = 0.5;
   t.add(1, Clip::make(ClipSource::title(TitleSpec{}), "title", 5, 10));
   t.seq().captions.push_back(Caption{Uuid::make(), 16, 18, "Hello there"});
 
