@@ -23,7 +23,7 @@
 #include "edit/editor_model.h"
 #include "model/project_file.h"
 #include "support/demo_folder.h"
-#include "support/temp_dir.h"
+#include "support/app_folders_suite.h"
 #include "support/widget_app.h"
 
 namespace brevelan {
@@ -31,17 +31,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class EditorWindow : public ::testing::Test {
+class EditorWindow : public testing::AppFoldersSuite {
  protected:
-  static void SetUpTestSuite() {
-    dir_ = new testing::TempDir;
-    dir_->holdAppFolders();
-  }
-  static void TearDownTestSuite() {
-    delete dir_;
-    dir_ = nullptr;
-  }
-
   void SetUp() override {
     testing::widgetApp();
     program_ = std::make_shared<PlaybackEngine>();
@@ -76,7 +67,6 @@ class EditorWindow : public ::testing::Test {
     return nullptr;
   }
 
-  static testing::TempDir* dir_;
   std::shared_ptr<PlaybackEngine> program_;
   std::unique_ptr<EditorModel> editor_;
   std::unique_ptr<MainWindow> window_;
@@ -86,7 +76,6 @@ class EditorWindow : public ::testing::Test {
   std::vector<std::string> asked_;
   std::vector<std::string> alerts_;
 };
-testing::TempDir* EditorWindow::dir_ = nullptr;
 
 TEST(BrevCommands, EveryCommandHasAnActionAndNoKeyIsTakenTwice) {
   testing::widgetApp();

@@ -17,7 +17,7 @@
 #include "app/workspaces/audio_strip.h"
 #include "edit/editor_model.h"
 #include "support/demo_folder.h"
-#include "support/temp_dir.h"
+#include "support/app_folders_suite.h"
 #include "support/widget_app.h"
 
 namespace brevelan {
@@ -47,17 +47,8 @@ class InstantBuilder final : public ProgramBuilder {
   void build(BuildRequest, Done done) override { done(std::make_shared<ProgramBuild>()); }
 };
 
-class AudioWorkspace : public ::testing::Test {
+class AudioWorkspace : public testing::AppFoldersSuite {
  protected:
-  static void SetUpTestSuite() {
-    dir_ = new testing::TempDir;
-    dir_->holdAppFolders();
-  }
-  static void TearDownTestSuite() {
-    delete dir_;
-    dir_ = nullptr;
-  }
-
   void SetUp() override {
     testing::widgetApp();
     scheduler_ = std::make_shared<QueuedScheduler>();
@@ -81,14 +72,12 @@ class AudioWorkspace : public ::testing::Test {
   std::string lastStep() const { return editor_->history().undoSteps().back().name; }
   const Clip& firstClipOf(std::size_t index) const { return track(index).clips[0]; }
 
-  static testing::TempDir* dir_;
   std::shared_ptr<QueuedScheduler> scheduler_;
   std::unique_ptr<EditorModel> editor_;
   std::unique_ptr<PlaybackEngine> program_;
   std::unique_ptr<AudioPage> page_;
 };
 
-testing::TempDir* AudioWorkspace::dir_ = nullptr;
 
 TEST_F(AudioWorkspace, FaderDragIsOneUndoStepOnTheTrackLevel) {
   kit::Fader* fader = page_->strips()[0]->fader();

@@ -31,7 +31,7 @@
 #include "picture/scope_data.h"
 #include "model/project_file.h"
 #include "support/demo_folder.h"
-#include "support/temp_dir.h"
+#include "support/app_folders_suite.h"
 #include "support/widget_app.h"
 
 namespace brevelan {
@@ -67,19 +67,18 @@ double meanBrightness(const QImage& image) {
   return sum / (small.width() * small.height());
 }
 
-class ColorPageTest : public ::testing::Test {
+class ColorPageTest : public testing::AppFoldersSuite {
  protected:
   static void SetUpTestSuite() {
     testing::widgetApp();
-    dir_ = new testing::TempDir;
-    dir_->holdAppFolders();
+    AppFoldersSuite::SetUpTestSuite();
     auto made = ProjectFile::load(testing::demoFolder() / "Sample.brevelan");
     ASSERT_TRUE(made) << made.error().message;
     sample_ = new Project(std::move(made).value());
   }
   static void TearDownTestSuite() {
     delete sample_;
-    delete dir_;
+    AppFoldersSuite::TearDownTestSuite();
   }
 
   void SetUp() override {
@@ -113,14 +112,12 @@ class ColorPageTest : public ::testing::Test {
     return found;
   }
 
-  static testing::TempDir* dir_;
   static Project* sample_;
   std::shared_ptr<PlaybackEngine> program_;
   std::unique_ptr<EditorModel> editor_;
   std::unique_ptr<ColorPage> page_;
   Uuid clipID_;
 };
-testing::TempDir* ColorPageTest::dir_ = nullptr;
 Project* ColorPageTest::sample_ = nullptr;
 
 TEST_F(ColorPageTest, ASliderDragIsOneExposureStepAndShowsTheGradedPicture) {
