@@ -47,6 +47,17 @@ std::vector<Uuid> EditorModel::selectedClips() const {
   return ids;
 }
 
+std::optional<Clip> EditorModel::firstSelectedClip(std::optional<TrackKind> kind) const {
+  const BrevSequence* seq = activeSequence();
+  if (!seq || state_.selection.empty()) return std::nullopt;
+  for (const TrackRef ref : allRefs(*seq)) {
+    if (kind && ref.kind != *kind) continue;
+    for (const Clip& c : trackAt(*seq, ref).clips)
+      if (state_.selection.contains(c.id)) return c;
+  }
+  return std::nullopt;
+}
+
 bool EditorModel::placeAtPlayhead(std::string_view name, Clip clip) {
   const Placement item{{TrackKind::video, state_.targetVideo}, std::move(clip)};
   return editSeq(name, false, true, [&](BrevSequence& seq) { overwrite(seq, {item}, state_.playhead); });

@@ -120,6 +120,9 @@ class EditorModel {
   void select(const Uuid& clipID, bool extend);
   void setSelection(std::set<Uuid> selection) { assign(state_.selection, std::move(selection), Field::selection); }
   void clearSelection() { setSelection({}); }
+  // The first selected clip of the active sequence, picture tracks before
+  // sound tracks, or only on tracks of `kind` when given.
+  std::optional<Clip> firstSelectedClip(std::optional<TrackKind> kind = std::nullopt) const;
 
   // Transport and marks: editor state only, never the document.
   void setPlayhead(std::int64_t frame);  // also seeks the program player

@@ -133,15 +133,7 @@ ClipInspector::ClipInspector(EditorModel& editor, QWidget* parent) : QWidget(par
 
 ClipInspector::~ClipInspector() { editor_.unsubscribe(subscription_); }
 
-std::optional<Clip> ClipInspector::shownClip() const {
-  const BrevSequence* sequence = editor_.activeSequence();
-  if (!sequence || editor_.state().selection.empty()) return std::nullopt;
-  for (const auto* tracks : {&sequence->video, &sequence->audio})
-    for (const Track& track : *tracks)
-      for (const Clip& clip : track.clips)
-        if (editor_.state().selection.count(clip.id)) return clip;
-  return std::nullopt;
-}
+std::optional<Clip> ClipInspector::shownClip() const { return editor_.firstSelectedClip(); }
 
 void ClipInspector::change(const char* name, bool coalesce, const std::function<void(Clip&)>& body) {
   if (refreshing_) return;

@@ -179,15 +179,7 @@ AudioClipSound::AudioClipSound(EditorModel& editor, QWidget* parent) : QWidget(p
 
 AudioClipSound::~AudioClipSound() { editor_.unsubscribe(subscription_); }
 
-std::optional<Clip> AudioClipSound::shownClip() const {
-  const BrevSequence* sequence = editor_.activeSequence();
-  const auto& selection = editor_.state().selection;
-  if (!sequence || selection.empty()) return std::nullopt;
-  for (const Track& track : sequence->audio)
-    for (const Clip& clip : track.clips)
-      if (selection.count(clip.id)) return clip;
-  return std::nullopt;
-}
+std::optional<Clip> AudioClipSound::shownClip() const { return editor_.firstSelectedClip(TrackKind::audio); }
 
 void AudioClipSound::change(const char* name, bool coalesce, const std::function<void(AudioFX&)>& body) {
   if (refreshing_) return;

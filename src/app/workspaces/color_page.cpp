@@ -381,15 +381,7 @@ void ColorPage::setControl(const Control& control, double value) {
   if (!control.number->hasFocus() || std::abs(control.number->value() - shown) > 1e-9) control.number->setValue(shown);
 }
 
-std::optional<Clip> ColorPage::gradedClip() const {
-  const BrevSequence* sequence = editor_.activeSequence();
-  const auto& selection = editor_.state().selection;
-  if (!sequence || selection.empty()) return std::nullopt;
-  for (const Track& track : sequence->video)
-    for (const Clip& clip : track.clips)
-      if (selection.count(clip.id)) return clip;
-  return std::nullopt;
-}
+std::optional<Clip> ColorPage::gradedClip() const { return editor_.firstSelectedClip(TrackKind::video); }
 
 ToneCurve ColorGrade::*ColorPage::shownCurve() const {
   const int id = std::max(curveChannel_->checkedId(), 0);
