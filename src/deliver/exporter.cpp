@@ -209,7 +209,7 @@ Expected<void, ExportError> Exporter::exportSequence(const Project& project, con
   FrameQueue ready(kFramesAhead);
   std::thread painter([&] {
     yieldToEncoder();
-    SourceFrames sources(false);
+    SourceFrames sources(/*threadedDecoding=*/false);
     EncoderFrames toEncoder(width, height, writer.pictureFormat());
     for (std::int64_t f = 0; f < frames && !outcome.stopped(); ++f) {
       ff::FramePtr next;
