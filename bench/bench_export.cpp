@@ -7,7 +7,10 @@
 //      libx264 preset and bit rate;
 //   2. a bare libx264 encode of our own composed frames (decoded back from
 //      our export into raw frames in memory first), the floor.
-// Both encode with the x264 options our writer sets beyond the preset.
+// Both encode with the x264 options our writer sets beyond the preset. The
+// same comparison with a bare encode is made for a timeline with nothing to
+// draw (the first movie alone, with its sound), which shows what decoding the
+// source and encoding the sound cost on top of the encoder by themselves.
 // Run: bench_export [WORK-DIR] [--project-only]. Media are written once into
 // WORK-DIR, with the timeline as bench.brevelan.
 #include <chrono>
@@ -138,6 +141,22 @@ int main(int argc, char** argv) {
   const double oursH264 = ours("yt1080", h264);
   const double oursProRes = ours("prores", prores);
 
+  Project plainProject = project;
+  {
+    BrevSequence& plain = *plainProject.mutableActiveSequence();
+    const Clip whole = Clip::make(ClipSource::media(a), "A", 0, 1800, 0, 1830);
+    plain.video.mut(0).clips = SharedList<Clip>(std::vector<Clip>{whole});
+    plain.video.mut(1).clips = SharedList<Clip>();
+    plain.audio.mut(0).clips = SharedList<Clip>(std::vector<Clip>{whole});
+    plain.audio.mut(1).clips = SharedList<Clip>();
+  }
+  const fs::path plainOut = dir / "plain.mp4";
+  const double oursPlain = seconds([&] {
+    const auto done = Exporter::exportSequence(plainProject, *plainProject.activeSequence(), *presetByID("yt1080"),
+                                               plainOut, false, Reframe::fit, {});
+    if (!done) std::cerr << done.error().description() << "\n";
+  });
+
   const std::string x264 = "-c:v libx264 -preset veryfast -profile:v high -b:v 16M -g 60 -x264-params " + x264Params() +
                            " -pix_fmt yuv420p";
   const std::string graph =
@@ -149,13 +168,19 @@ int main(int argc, char** argv) {
       "[0:a][1:a]acrossfade=d=1[s];[s][3:a]amix=inputs=2:normalize=0[a]\" -map '[v]' -map '[a]' " +
       x264 + " -c:a aac -b:a 256k '" + (dir / "ffmpeg.mp4").string() + "'";
   const double ffmpegGraph = run(graph);
-  // The composed frames, raw, in memory when there is room (5.6 GB).
+  // An export's frames, raw, in memory when there is room (5.6 GB), then
+  // encoded by x264 alone.
   const bool roomInMemory = fs::exists("/dev/shm") && fs::space("/dev/shm").available > (std::uintmax_t{7} << 30);
   const fs::path raw = (roomInMemory ? fs::path("/dev/shm") : dir) / "brevelan-bench-frames.yuv";
-  run("ffmpeg -v error -y -i '" + h264.string() + "' -f rawvideo -pix_fmt yuv420p '" + raw.string() + "'");
-  const double bare = run("ffmpeg -v error -y -f rawvideo -pix_fmt yuv420p -s 1920x1080 -r 30 -i '" + raw.string() +
-                          "' " + x264 + " '" + (dir / "bare.mp4").string() + "'");
-  fs::remove(raw);
+  const auto bareEncode = [&](const fs::path& exported) {
+    run("ffmpeg -v error -y -i '" + exported.string() + "' -f rawvideo -pix_fmt yuv420p '" + raw.string() + "'");
+    const double took = run("ffmpeg -v error -y -f rawvideo -pix_fmt yuv420p -s 1920x1080 -r 30 -i '" + raw.string() +
+                            "' " + x264 + " '" + (dir / "bare.mp4").string() + "'");
+    fs::remove(raw);
+    return took;
+  };
+  const double bare = bareEncode(h264);
+  const double barePlain = bareEncode(plainOut);
 
   // Drawing only: 300 frames (10 s) of two layers with a crossfade, the grade
   // on the second and the lower third over both, decoding included.
@@ -189,6 +214,9 @@ int main(int argc, char** argv) {
   std::printf("60 s 1080p30 timeline, YouTube 1080p: ours %.1f s, ffmpeg filter graph %.1f s → %.2f × ffmpeg\n",
               oursH264, ffmpegGraph, oursH264 / ffmpegGraph);
   std::printf("bare libx264 encode of our frames: %.1f s → ours is %.2f × the encoder\n", bare, oursH264 / bare);
+  std::printf("nothing to draw (the first movie alone, with its sound): ours %.1f s, bare encode %.1f s → %.2f × the "
+              "encoder\n",
+              oursPlain, barePlain, oursPlain / barePlain);
   std::printf("Master — ProRes 422: %.1f s for 60 s → %.2f × real time\n", oursProRes, 60 / oursProRes);
   return 0;
 }
