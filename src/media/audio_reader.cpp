@@ -31,8 +31,14 @@ class SoundSink {
     av_channel_layout_uninit(&in);
     av_channel_layout_uninit(&out);
     resampler_.reset(raw);
+    // Room for the whole sound at once when its length is known: growing by
+    // doubling would copy it about twice over and fault in fresh pages each time.
+    if (expectedSeconds_ > 0)
+      samples_.reserve(static_cast<std::size_t>((expectedSeconds_ + 1) * kRate) * (mono_ ? 1 : 2));
     return status >= 0 && swr_init(resampler_.get()) >= 0;
   }
+
+  void expect(double seconds) { expectedSeconds_ = std::min(seconds, 24.0 * 3600); }
 
   // frame null: flush what the resampler still holds.
   bool add(const AVFrame* frame) {
@@ -60,6 +66,7 @@ class SoundSink {
  private:
   ff::ResamplePtr resampler_;
   bool mono_ = false;
+  double expectedSeconds_ = 0;
   std::vector<float> samples_;
 };
 
@@ -77,6 +84,7 @@ Expected<std::vector<float>, std::string> decodeSound(const std::filesystem::pat
   if (!decoder) return Unexpected{file.string() + ": no decoder for its sound"};
 
   SoundSink sink;
+  if (input->duration > 0) sink.expect(static_cast<double>(input->duration) / AV_TIME_BASE);
   ff::PacketPtr packet = ff::makePacket();
   ff::FramePtr frame = ff::makeFrame();
   bool prepared = false;
