@@ -85,6 +85,12 @@ void EditorModel::startAutosave(double seconds) {
 
 void EditorModel::stopAutosave() { ++autosaveTimer_; }
 
+bool EditorModel::keepUnsavedWork() {
+  if (!state_.dirty) return false;
+  services_.recovery->write(state_.project, state_.fileURL);
+  return true;
+}
+
 void EditorModel::scheduleAutosaveTick(double seconds, std::uint64_t timer) {
   std::weak_ptr<EditorModel*> weak = alive_;
   services_.scheduler->schedule(seconds, [weak, seconds, timer] {
@@ -93,7 +99,7 @@ void EditorModel::scheduleAutosaveTick(double seconds, std::uint64_t timer) {
     EditorModel& editor = **alive;
     // A later start or a stop replaced this timer.
     if (editor.autosaveTimer_ != timer) return;
-    if (editor.state_.dirty) editor.services_.recovery->write(editor.state_.project, editor.state_.fileURL);
+    editor.keepUnsavedWork();
     editor.scheduleAutosaveTick(seconds, timer);
   });
 }

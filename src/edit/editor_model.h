@@ -241,6 +241,9 @@ class EditorModel {
   // Writes a recovery copy every `seconds` while the document is dirty.
   void startAutosave(double seconds);
   void stopAutosave();
+  // Writes a recovery copy now if the document is dirty (as a tick would,
+  // for an end that cannot wait for one); true when it did.
+  bool keepUnsavedWork();
 
   // Plain editor switches and interface state.
   void setTool(Tool tool) { assign(state_.tool, tool, Field::tool); }

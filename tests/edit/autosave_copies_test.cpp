@@ -62,6 +62,12 @@ TEST_P(AutosaveEditing, TheTimerWritesOnlyUnsavedWorkAndSavingRemovesIt) {
   rename("Third");
   scheduler->advance(100);
   EXPECT_EQ(pending()[0].record.project.name, "Second");
+  // An end that cannot wait for the timer keeps the work at once.
+  EXPECT_TRUE(editor->keepUnsavedWork());
+  EXPECT_EQ(pending()[0].record.project.name, "Third");
+  ASSERT_TRUE(editor->saveTo(file).ok());
+  EXPECT_FALSE(editor->keepUnsavedWork());
+  EXPECT_TRUE(pending().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, AutosaveEditing,

@@ -17,6 +17,7 @@
 #include "app/playback/playback_engine.h"
 #include "app/shell/dark_theme.h"
 #include "app/shell/main_window.h"
+#include "app/shell/termination_watch.h"
 #include "app/playback/qt_services.h"
 #include "edit/autosave_copies.h"
 #include "edit/editor_model.h"
@@ -95,6 +96,15 @@ int runEditor(int argc, char** argv) {
   editor.startAutosave(30);
 
   int result = 0;
+  // Asked to end by a signal: unsaved work goes into a recovery copy and the
+  // session is left open, so the next start offers the copy back, as after
+  // any abnormal end. Leaving the event loop then ends as a quit does: the
+  // render queue stops its export and removes the unfinished file.
+  bool keptForRecovery = false;
+  TerminationWatch watch([&](int signal) {
+    keptForRecovery = editor.keepUnsavedWork() || keptForRecovery;
+    QApplication::exit(128 + signal);
+  });
   {
     MainWindow window(editor, *program);
     window.show();
@@ -112,7 +122,7 @@ int runEditor(int argc, char** argv) {
   }
   editor.stopAutosave();
   EditorModel::setShared(nullptr);
-  autosave.endSession();
+  if (!keptForRecovery) autosave.endSession();
   return result;
 }
 
