@@ -14,6 +14,12 @@ std::atomic<bool> gInterrupted{false};
 
 extern "C" void onInterrupt(int) { gInterrupted = true; }
 
+// The handler, with the flag cleared before it can be raised.
+void (*clearedHandler())(int) {
+  gInterrupted = false;
+  return onInterrupt;
+}
+
 }  // namespace
 
 ProgressBar::ProgressBar() : shown_(::isatty(STDERR_FILENO) == 1) {}
@@ -35,19 +41,7 @@ void ProgressBar::end() {
   if (drawn_) std::fputs("\n", stderr);
 }
 
-InterruptGuard::InterruptGuard() {
-  gInterrupted = false;
-  struct sigaction action {};
-  action.sa_handler = onInterrupt;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, &previousInterrupt_);
-  sigaction(SIGTERM, &action, &previousTerminate_);
-}
-
-InterruptGuard::~InterruptGuard() {
-  sigaction(SIGINT, &previousInterrupt_, nullptr);
-  sigaction(SIGTERM, &previousTerminate_, nullptr);
-}
+InterruptGuard::InterruptGuard() : handlers_({SIGINT, SIGTERM}, clearedHandler()) {}
 
 bool InterruptGuard::interrupted() { return gInterrupted; }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <signal.h>
-
 #include <chrono>
+
+#include "app/signal_handlers.h"
 
 namespace brevelan {
 
@@ -27,15 +27,11 @@ class ProgressBar {
 class InterruptGuard {
  public:
   InterruptGuard();
-  ~InterruptGuard();
-  InterruptGuard(const InterruptGuard&) = delete;
-  InterruptGuard& operator=(const InterruptGuard&) = delete;
 
   static bool interrupted();
 
  private:
-  struct sigaction previousInterrupt_ {};
-  struct sigaction previousTerminate_ {};
+  ScopedSignalHandlers handlers_;
 };
 
 }  // namespace brevelan

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 
+#include "app/signal_handlers.h"
+
 class QSocketNotifier;
 
 namespace brevelan {
@@ -21,9 +23,9 @@ class TerminationWatch : public QObject {
   TerminationWatch& operator=(const TerminationWatch&) = delete;
 
  private:
-  struct Saved;
   std::function<void(int)> onSignal_;
-  std::unique_ptr<Saved> saved_;
+  int fds_[2] = {-1, -1};  // the handler writes to [1], the main thread reads [0]
+  std::unique_ptr<ScopedSignalHandlers> handlers_;
   QSocketNotifier* notifier_ = nullptr;
 };
 
