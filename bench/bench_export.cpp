@@ -131,12 +131,13 @@ int main(int argc, char** argv) {
   if (auto saved = ProjectFile::save(project, dir / "bench.brevelan"); !saved) std::cerr << saved.error().message << "\n";
   if (argc > 2 && std::string(argv[2]) == "--project-only") return 0;
 
-  const auto ours = [&](const char* preset, const fs::path& out) {
+  const auto exportTime = [](const Project& p, const BrevSequence& s, const char* preset, const fs::path& out) {
     return seconds([&] {
-      const auto done = Exporter::exportSequence(project, seq, *presetByID(preset), out, false, Reframe::fit, {});
+      const auto done = Exporter::exportSequence(p, s, *presetByID(preset), out, false, Reframe::fit, {});
       if (!done) std::cerr << done.error().description() << "\n";
     });
   };
+  const auto ours = [&](const char* preset, const fs::path& out) { return exportTime(project, seq, preset, out); };
   const fs::path h264 = dir / "ours.mp4", prores = dir / "ours.mov";
   const double oursH264 = ours("yt1080", h264);
   const double oursProRes = ours("prores", prores);
@@ -151,11 +152,7 @@ int main(int argc, char** argv) {
     plain.audio.mut(1).clips = SharedList<Clip>();
   }
   const fs::path plainOut = dir / "plain.mp4";
-  const double oursPlain = seconds([&] {
-    const auto done = Exporter::exportSequence(plainProject, *plainProject.activeSequence(), *presetByID("yt1080"),
-                                               plainOut, false, Reframe::fit, {});
-    if (!done) std::cerr << done.error().description() << "\n";
-  });
+  const double oursPlain = exportTime(plainProject, *plainProject.activeSequence(), "yt1080", plainOut);
 
   const std::string x264 = "-c:v libx264 -preset veryfast -profile:v high -b:v 16M -g 60 -x264-params " + x264Params() +
                            " -pix_fmt yuv420p";
